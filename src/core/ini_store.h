@@ -1,0 +1,88 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "core/ini_document.h"
+#include "platform/clock.h"
+#include "platform/event_loop.h"
+#include "platform/file_system.h"
+
+namespace vlmr::core {
+
+/// All INI files of the program. A file is parsed once and kept; before each use one `Stamp` decides whether
+/// to parse again, so an edit by another program is seen at the next call. A write that changes nothing
+/// writes nothing; a write goes to a temporary file beside the target and is renamed over it, so a reader
+/// sees the old file or the new one.
+class IniStore {
+ public:
+  /// A read returns at most so many bytes of a value (a profile buffer of 255 characters with its
+  /// terminator).
+  static constexpr std::size_t kLongestValue = 254;
+
+  /// All references must outlive the store.
+  IniStore(platform::FileSystem& files, platform::EventLoop& loop, const platform::Clock& clock);
+  ~IniStore();
+  IniStore(const IniStore&) = delete;
+  IniStore& operator=(const IniStore&) = delete;
+
+  /// The stored value; empty when key, section or file is missing. Raises nothing.
+  std::string ReadIniValue(std::string_view section, std::string_view key, const std::string& file);
+
+  /// Stores a value, making file, section and key as needed (not the folder). False when the file cannot be
+  /// written. Raises nothing.
+  bool WriteIniValue(std::string_view section, std::string_view key, std::string_view value,
+                     const std::string& file);
+
+  /// Appends an empty line to the file, through the same cache and batch. False when the file cannot be
+  /// written.
+  bool AppendBlankLine(const std::string& file);
+
+  /// The parsed file as it stands now (one `Stamp`), for several look-ups at once. Valid until the next call
+  /// of anything.
+  const IniDocument& Document(const std::string& file);
+
+  /// When the changes of a batch reach the disk.
+  enum class BatchKind {
+    kAtEnd,      ///< all together at the end of the batch: readers see the old file or the new one
+    kEachSecond  ///< at the end, and while it lasts at least once a second and before any child program
+                 ///< starts
+  };
+
+  /// Holds the writes to one file while it lives; reads see them. Batches of one file nest: the outermost
+  /// decides. What another program writes meanwhile is kept: the held changes are applied to the new
+  /// contents.
+  class Batch {
+   public:
+    Batch(IniStore& store, std::string file, BatchKind kind);
+    ~Batch();  ///< writes what is held; a failure is dropped here, call `Finish` to learn of it
+    Batch(const Batch&) = delete;
+    Batch& operator=(const Batch&) = delete;
+    /// Ends the batch now. False when the file could not be written.
+    bool Finish();
+
+   private:
+    IniStore& store_;
+    std::string file_;
+    bool open_ = true;
+  };
+
+  /// Writes what `kEachSecond` batches hold; called before a child program starts.
+  void FlushBatches();
+
+ private:
+  struct Entry;
+  Entry& Refresh(const std::string& file);
+  bool Flush(const std::string& file, Entry& entry);
+
+  platform::FileSystem& files_;
+  platform::EventLoop& loop_;
+  const platform::Clock& clock_;
+  std::unordered_map<std::string, std::unique_ptr<Entry>> entries_;
+  platform::EventLoop::TimerId flush_timer_ = 0;
+};
+
+}  // namespace vlmr::core

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vlmr::core {
+
+/// Why a name from outside is not used.
+enum class NameFault {
+  kNone,
+  kEmpty,
+  kLeadingSeparator,    ///< begins with "/" or "\", UNC names included
+  kDriveOrStream,       ///< holds ":", a drive letter or an NTFS stream
+  kParentFolder,        ///< a ".." component
+  kControlCharacter,    ///< NUL and everything below a blank
+  kDeviceName,          ///< CON, NUL, COM1 ... as a component, with or without extension
+  kTrailingDotOrBlank,  ///< a component that Windows would spell differently
+  kReservedCharacter,   ///< one of < > " | ? *
+  kEmptyComponent,      ///< two separators in a row, or one at the end
+  kTooLong,             ///< a component over 255 bytes, or all over 1024
+  kFolderPart,          ///< a separator where a bare file name is asked for
+  kTemporaryMark,       ///< looks like one of the program's own temporary files
+};
+
+/// The one gate for names from the index, "latest.ini", a zip entry, an FTP listing: what passes stays under
+/// the folder that it is meant for, on every system. "/" and "\" both separate.
+NameFault CheckOutsidePath(std::string_view relative_path);
+/// The same for a bare file name.
+NameFault CheckOutsideFileName(std::string_view name);
+/// What is wrong, in words for the log.
+std::string DescribeNameFault(NameFault fault);
+
+}  // namespace vlmr::core

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/clock.h"
+#include "platform/event_loop.h"
+#include "platform/executable.h"
+#include "platform/file_system.h"
+#include "platform/form.h"
+#include "platform/process.h"
+#include "platform/system_info.h"
+
+namespace vlmr::platform {
+
+/// The running system's implementations; each folder text is the application folder. These functions are
+/// named only where the program is put together and in tests of the implementations.
+std::unique_ptr<FileSystem> MakeFileSystem(const std::string& folder);
+std::unique_ptr<ProcessRunner> MakeProcessRunner(const std::string& folder);
+std::unique_ptr<EventLoop> MakeEventLoop();
+std::unique_ptr<Clock> MakeClock();
+std::unique_ptr<SystemInfo> MakeSystemInfo();
+std::unique_ptr<Form> MakeForm();
+
+}  // namespace vlmr::platform
