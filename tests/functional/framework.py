@@ -1,0 +1,204 @@
+"""Functional tests of the real executable. `example_test.py` is the template to copy.
+
+A test file holds functions `test_...(t)` whose names are sentences of behaviour, and ends with
+
+    if __name__ == "__main__":
+        framework.main()
+
+    python3 tests/functional/http_modes.py --executable build/release/VlMr [--filter PATTERN] [--keep]
+                                            [--timeout-factor F] [--seed N] [--list]
+
+Each test gets a `Test` with a folder of its own below the system's temporary folder. What it starts is ended and
+the folder removed at its end; a failed test keeps its folder and prints where it is. After each test the standing
+checks of every application folder are made (nothing temporary left, among others).
+
+A missing server program fails a test, unless VLMR_ALLOW_SKIP=1 stands in the environment; then the test is
+skipped. Exit code: 0 all passed, 1 something failed, 77 everything was skipped.
+"""
+
+import argparse
+import fnmatch
+import os
+import random
+import shutil
+import sys
+import tempfile
+import time
+import traceback
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+REPOSITORY = Path(__file__).resolve().parents[2]
+sys.path[:0] = [str(REPOSITORY / "tests" / "support"), str(REPOSITORY / "demo")]
+
+# pylint: disable=wrong-import-position
+import service  # noqa: E402
+from app_folder import AppFolder  # noqa: E402
+from faulty_server import FaultyServer  # noqa: E402
+from web_servers import Nginx, ProgramMissing, TinyProxy  # noqa: E402
+
+SKIPPED = 77
+
+
+class Test:
+    """What a test works with; made for it and cleaned up behind it."""
+
+    def __init__(self, name, executable, seed):
+        self.name = name
+        self.executable = executable
+        self.random = random.Random(f"{seed}/{name}")
+        # The folder of the test lies one deeper, so that what escapes from an application folder is seen here.
+        self.top = Path(os.path.realpath(tempfile.mkdtemp(prefix="vlmr-test-")))
+        self.folder = self.top / "a" / "b"
+        self.folder.mkdir(parents=True)
+        self._apps = []
+        self._servers = []
+
+    # --- things a test asks for -----------------------------------------------------------------------------
+
+    def app(self, folder="app", name="VlMr"):
+        """A new application folder with the executable in it."""
+        app = AppFolder(self.folder / folder, self.executable, name)
+        self._apps.append(app)
+        return app
+
+    def publish(self, offer=None, folder="service", **changes):
+        """Publishes an update service and returns its folder; `changes` are fields of `service.Offer`."""
+        self.offer = service.publish(self.folder / folder, offer, **changes)
+        return self.folder / folder
+
+    def nginx(self, root, folder="nginx", **options):
+        return self._keep(Nginx(self.folder / folder, root, **options))
+
+    def faulty_server(self, root):
+        return self._keep(FaultyServer(root))
+
+    def tinyproxy(self, user=None, password=None, folder="proxy"):
+        return self._keep(TinyProxy(self.folder / folder, user, password))
+
+    def mirror(self, sections=None, **offer):
+        """The usual case: a published service behind nginx, and an application folder set up to mirror it."""
+        root = self.publish(**offer)
+        server = self.nginx(root)
+        app = self.app()
+        app.write_settings(settings(server.base, sections))
+        return app, server
+
+    def faulty_mirror(self, sections=None, **offer):
+        """As `mirror`, with the server that misbehaves."""
+        root = self.publish(**offer)
+        server = self.faulty_server(root)
+        app = self.app()
+        app.write_settings(settings(server.base, sections))
+        return app, server
+
+    def outside(self):
+        """Files outside the application folders and the folders of the servers: what nobody should have made."""
+        known = [app.path for app in self._apps]
+        found = []
+        for path in self.top.rglob("*"):
+            inside = any(path.is_relative_to(folder) for folder in known)
+            if path.is_file() and not inside and not path.is_relative_to(self.folder / "service"):
+                if not any(path.is_relative_to(self.folder / name) for name in ("nginx", "proxy")):
+                    if ".output." not in path.name:
+                        found.append(str(path.relative_to(self.top)))
+        return found
+
+    # --- the frame ------------------------------------------------------------------------------------------
+
+    def _keep(self, server):
+        self._servers.append(server)
+        return server
+
+    def stop(self):
+        for app in self._apps:
+            app.stop_children()
+        for server in self._servers:
+            server.stop()
+
+    def standing_checks(self):
+        for app in self._apps:
+            app.standing_checks()
+
+    def print_logs(self):
+        for app in self._apps:
+            try:
+                lines = app.text("VlMR.log").splitlines()
+            except FileNotFoundError:
+                continue
+            print(f"  --- end of the log in {app.path} ({len(lines)} lines)")
+            for line in lines[-25:]:
+                print("  " + line[:300])
+
+
+def settings(base, sections=None):
+    """Settings of a mirror of `base` by direct transfer, with a log that keeps everything; `sections` come on top."""
+    result = {"SOURCES": {"ActiveUpdateMaster": base}, "Proxy": {"Enable": "0"}, "LOGS": {"MaxSize": "100000"}}
+    for section, keys in (sections or {}).items():
+        result.setdefault(section, {}).update(keys)
+    return result
+
+
+def run_one(name, function, options):
+    """Runs a test; returns "passed", "failed" or "skipped"."""
+    test = Test(name, options.executable, options.seed)
+    started = time.monotonic()
+    outcome = "failed"
+    try:
+        try:
+            function(test)
+        finally:
+            test.stop()
+        test.standing_checks()
+        outcome = "passed"
+    except ProgramMissing as missing:
+        print(f"  {missing}")
+        if os.environ.get("VLMR_ALLOW_SKIP") == "1":
+            outcome = "skipped"
+    except (Exception, KeyboardInterrupt):  # pylint: disable=broad-except
+        traceback.print_exc(file=sys.stdout)
+        test.print_logs()
+    if outcome == "failed" or options.keep:
+        print(f"  kept: {test.top}")
+    else:
+        shutil.rmtree(test.top, ignore_errors=True)
+    sentence = name[len("test_") :].replace("_", " ")
+    print(f"{outcome}: {sentence} ({time.monotonic() - started:.1f} s)", flush=True)
+    return outcome
+
+
+def parse_options():
+    parser = argparse.ArgumentParser(description="Runs the functional tests of this file.")
+    parser.add_argument("--executable", default=os.environ.get("VLMR_EXECUTABLE"), help="the built VlMr")
+    parser.add_argument("--filter", default="*", metavar="PATTERN", help="only tests whose name holds this pattern")
+    parser.add_argument("--keep", action="store_true", help="keep the folders of all tests")
+    parser.add_argument("--timeout-factor", default=os.environ.get("VLMR_TIMEOUT_FACTOR", "1"), metavar="F")
+    parser.add_argument("--seed", type=int, default=int(os.environ.get("VLMR_TEST_SEED", random.randrange(1 << 30))))
+    parser.add_argument("--list", action="store_true", help="print the names of the tests")
+    options = parser.parse_args()
+    if not options.list:
+        if not options.executable:
+            parser.error("--executable is needed")
+        options.executable = Path(options.executable).resolve()
+        if not os.access(options.executable, os.X_OK):
+            parser.error(f"{options.executable} is not an executable file")
+    os.environ["VLMR_TIMEOUT_FACTOR"] = options.timeout_factor
+    return options
+
+
+def main():
+    """Runs the tests of the file that calls this."""
+    options = parse_options()
+    module = sys.modules["__main__"]
+    tests = {name: value for name, value in vars(module).items() if name.startswith("test_") and callable(value)}
+    if options.list:
+        print("\n".join(tests))
+        return
+    wanted = {name: test for name, test in tests.items() if fnmatch.fnmatch(name, f"*{options.filter}*")}
+    print(f"seed {options.seed}")
+    outcomes = [run_one(name, test, options) for name, test in wanted.items()]
+    passed, failed, skipped = (outcomes.count(word) for word in ("passed", "failed", "skipped"))
+    print(f"{passed} passed, {failed} failed, {skipped} skipped")
+    if failed:
+        sys.exit(1)
+    sys.exit(SKIPPED if skipped and not passed else 0)
