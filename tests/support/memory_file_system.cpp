@@ -38,15 +38,6 @@ struct MemoryFileSystem::Place {
   bool IsFolder() const { return node != nullptr && node->is_folder; }
 };
 
-struct MemoryFileSystem::Failure {
-  Operation operation;
-  std::string name;
-  int number;
-  int first;
-  int last;
-  int seen = 0;
-};
-
 namespace {
 
 bool IsSeparator(char c) { return c == '\\' || c == '/'; }
@@ -129,7 +120,7 @@ MemoryFileSystem::MemoryFileSystem(std::string folder)
 MemoryFileSystem::~MemoryFileSystem() = default;
 
 void MemoryFileSystem::Fail(Operation operation, std::string name, int number, int nth, int times) {
-  failures_.push_back({operation, std::move(name), number, nth, nth + times - 1});
+  failures_.push_back({operation, std::move(name), number, nth, nth + times - 1, 0});
 }
 
 void MemoryFileSystem::MayFail(Operation operation, const std::string& path) const {
@@ -191,24 +182,30 @@ MemoryFileSystem::Place MemoryFileSystem::Find(std::string_view path) const {
   return place;
 }
 
-void MemoryFileSystem::PutFolder(std::string_view path) {
-  std::string full = FullPath(path);
-  for (std::size_t end = 0; end != std::string::npos;) {
-    end = full.find_first_of("\\/", end + 1);
-    const Place place = Find(std::string_view(full).substr(0, end));
-    if (place.node == nullptr && place.parent != nullptr) {
-      place.parent->children[place.name] = NewNode(/*is_folder=*/true);
-    }
+MemoryFileSystem::Node& MemoryFileSystem::FolderToPutIn(std::string_view path) {
+  const bool below = path.starts_with(folder_);
+  if (below) path.remove_prefix(folder_.size());
+  Node* folder = below ? root_.get() : outside_.get();
+  while (!path.empty()) {
+    const std::size_t length = std::min(path.find_first_of("\\/"), path.size());
+    const std::string component(path.substr(0, length));
+    path.remove_prefix(std::min(length + 1, path.size()));
+    if (component.empty()) continue;
+    std::unique_ptr<Node>& next = folder->children[component];
+    if (next == nullptr) next = NewNode(/*is_folder=*/true);
+    if (!next->is_folder) throw RuntimeError(error_number::kPathNotFound);
+    folder = next.get();
   }
+  return *folder;
 }
+
+void MemoryFileSystem::PutFolder(std::string_view path) { FolderToPutIn(FullPath(path)); }
 
 void MemoryFileSystem::Put(std::string_view path, std::string_view bytes) {
   const std::string full = FullPath(path);
-  PutFolder(std::string_view(full).substr(0, full.find_last_of("\\/")));
-  const Place place = Find(full);
-  if (place.parent == nullptr) throw RuntimeError(error_number::kPathNotFound);
-  // An exact spelling of its own makes a second entry beside one of another case.
-  std::unique_ptr<Node>& node = place.parent->children[std::string(full, full.find_last_of("\\/") + 1)];
+  const std::size_t separator = full.find_last_of("\\/");
+  Node& folder = FolderToPutIn(std::string_view(full).substr(0, separator));
+  std::unique_ptr<Node>& node = folder.children[full.substr(separator + 1)];
   if (node == nullptr) node = NewNode(/*is_folder=*/false);
   node->data = bytes;
   Touch(*node);

@@ -52,8 +52,9 @@ class MemoryFileSystem : public platform::FileSystem {
   /// Ends all failures.
   void FailNothing() { failures_.clear(); }
 
-  /// Puts a file there as another program would: folders made, nothing recorded, nothing failing. This and
-  /// the next four take full paths, and paths below the application folder that begin with a backslash.
+  /// Puts a file there as another program would: spelled exactly so (beside a twin of another case, if there
+  /// is one), folders made, nothing recorded, nothing failing. This and the next four take full paths, and
+  /// paths below the application folder that begin with a backslash.
   void Put(std::string_view path, std::string_view bytes);
   /// Makes a folder and its parents likewise.
   void PutFolder(std::string_view path);
@@ -104,9 +105,17 @@ class MemoryFileSystem : public platform::FileSystem {
   class Staged;
   struct Node;
   struct Place;
-  struct Failure;
+  struct Failure {
+    Operation operation;
+    std::string name;
+    int number;
+    int first;
+    int last;
+    int seen = 0;
+  };
 
   std::string FullPath(std::string_view path) const;
+  Node& FolderToPutIn(std::string_view path);
   Place Find(std::string_view path) const;
   Node& FileForReading(const std::string& path) const;
   Place PlaceForWriting(const std::string& path) const;

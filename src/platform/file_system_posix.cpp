@@ -1,0 +1,275 @@
+#include "platform/file_system_posix.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "platform/error_posix.h"
+#include "platform/native.h"
+#include "platform/runtime_error.h"
+#include "platform/staged_file_posix.h"
+
+namespace vlmr::platform {
+namespace {
+
+std::int64_t Nanoseconds(const timespec& time) {
+  return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+std::size_t ReadSome(int descriptor, std::int64_t offset, std::span<char> buffer) {
+  ssize_t count = 0;
+  do {
+    count = ::pread(descriptor, buffer.data(), buffer.size(), offset);
+  } while (count < 0 && errno == EINTR);
+  if (count < 0) throw RuntimeError(error_number::kDeviceIoError);
+  return static_cast<std::size_t>(count);
+}
+
+class PosixInputFile : public InputFile {
+ public:
+  PosixInputFile(Descriptor file, std::int64_t length) : file_(std::move(file)), length_(length) {}
+  std::size_t ReadAt(std::int64_t offset, std::span<char> buffer) override {
+    return ReadSome(file_.Get(), offset, buffer);
+  }
+  std::int64_t Length() const override { return length_; }
+
+ private:
+  Descriptor file_;
+  std::int64_t length_;
+};
+
+/// Whether a folder entry is a folder; links count as what they lead to.
+bool IsFolderEntry(DIR* folder, const dirent& entry) {
+  if (entry.d_type == DT_DIR) return true;
+  if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) return false;
+  struct stat found = {};
+  return ::fstatat(::dirfd(folder), entry.d_name, &found, 0) == 0 && S_ISDIR(found.st_mode);
+}
+
+/// Renames without replacing. Returns 0 or an `errno` value.
+int RenameToNewName(const RealPath& from, const RealPath& to) {
+  if (::renameat2(from.Base(), from.Text(), to.Base(), to.Text(), RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  // A file system that cannot refuse by itself; the target was found missing a moment ago.
+  return ::renameat(from.Base(), from.Text(), to.Base(), to.Text()) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
+std::string PosixFileSystem::FindFile(const std::string& path) const {
+  RealPath real = resolver_.Parse(path);
+  struct stat found = {};
+  if (real.NamesNoFile() || resolver_.Stat(real, found) != 0 || S_ISDIR(found.st_mode)) return {};
+  return std::string(real.Name());
+}
+
+std::string PosixFileSystem::FindFolder(const std::string& path) const {
+  if (path.empty() || path.ends_with('\\')) return {};
+  RealPath real = resolver_.Parse(path);
+  struct stat found = {};
+  if (resolver_.Stat(real, found) != 0 || !S_ISDIR(found.st_mode)) return {};
+  if (!real.Name().empty()) return std::string(real.Name());
+  // The application folder itself.
+  return path.substr(path.find_last_of('/') + 1);
+}
+
+std::vector<std::string> PosixFileSystem::ListEntries(std::string_view folder, bool folders,
+                                                      std::string_view wildcard) const {
+  RealPath real = resolver_.Parse(folder);
+  int error = 0;
+  Descriptor opened = OpenExisting(real, O_RDONLY | O_DIRECTORY, error);
+  if (!opened) return {};
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(::fdopendir(opened.Get()), &::closedir);
+  if (entries == nullptr) return {};
+  opened.Release();
+  std::vector<std::string> names;
+  while (const dirent* entry = ::readdir(entries.get())) {
+    const std::string_view name = entry->d_name;
+    // A backslash inside a name cannot be written in a path text.
+    if (name.front() == '.' || name.find('\\') != std::string_view::npos) continue;
+    if (!MatchesWildcard(name, wildcard)) continue;
+    if (IsFolderEntry(entries.get(), *entry) == folders) names.emplace_back(name);
+  }
+  std::sort(names.begin(), names.end(), ListsBefore);
+  return names;
+}
+
+std::vector<std::string> PosixFileSystem::List(const std::string& pattern) const {
+  return ListEntries(FolderOf(pattern), /*folders=*/false, NameOf(pattern));
+}
+
+std::vector<std::string> PosixFileSystem::ListFolders(const std::string& path) const {
+  return ListEntries(path, /*folders=*/true, "*");
+}
+
+std::int64_t PosixFileSystem::Length(const std::string& path) const {
+  RealPath real = resolver_.Parse(path);
+  struct stat found = {};
+  int error = real.NamesNoFile() ? ENOENT : resolver_.Stat(real, found);
+  if (error == 0 && S_ISDIR(found.st_mode)) error = EISDIR;
+  if (error != 0) RaiseSystemError(Attempt::kLength, error);
+  return found.st_size;
+}
+
+std::optional<FileStamp> PosixFileSystem::Stamp(const std::string& path) const {
+  RealPath real = resolver_.Parse(path);
+  struct stat found = {};
+  if (real.NamesNoFile() || resolver_.Stat(real, found) != 0 || S_ISDIR(found.st_mode)) return std::nullopt;
+  return FileStamp{.identity = found.st_ino,
+                   .size = found.st_size,
+                   .modified = Nanoseconds(found.st_mtim),
+                   .changed = Nanoseconds(found.st_ctim)};
+}
+
+Descriptor PosixFileSystem::OpenExisting(RealPath& path, int flags, int& error) const {
+  Descriptor opened;
+  error = resolver_.OnExisting(path, [&](const RealPath& spelled) {
+    opened = Descriptor(::openat(spelled.Base(), spelled.Text(), flags | O_CLOEXEC));
+    return opened ? 0 : errno;
+  });
+  return opened;
+}
+
+Descriptor PosixFileSystem::OpenForReading(const std::string& path, struct stat& found) const {
+  RealPath real = resolver_.Parse(path);
+  int error = ENOENT;
+  Descriptor opened;
+  // Not to block, should somebody have put a pipe there.
+  if (!real.NamesNoFile()) opened = OpenExisting(real, O_RDONLY | O_NONBLOCK, error);
+  if (opened) error = ::fstat(opened.Get(), &found) != 0 ? errno : S_ISDIR(found.st_mode) ? EISDIR : 0;
+  if (error != 0) RaiseSystemError(Attempt::kRead, error);
+  return opened;
+}
+
+std::string PosixFileSystem::ReadAll(const std::string& path) const {
+  struct stat found = {};
+  const Descriptor file = OpenForReading(path, found);
+  std::string contents;
+  std::size_t length = 0;
+  // One byte more than expected shows the end in the same call; the file may have grown.
+  std::size_t expected = static_cast<std::size_t>(found.st_size) + 1;
+  while (true) {
+    contents.resize(expected);
+    const std::size_t asked = expected - length;
+    const std::size_t count =
+        ReadSome(file.Get(), static_cast<std::int64_t>(length), {contents.data() + length, asked});
+    length += count;
+    if (count < asked) break;
+    expected = length * 2;
+  }
+  contents.resize(length);
+  return contents;
+}
+
+std::unique_ptr<InputFile> PosixFileSystem::OpenRead(const std::string& path) const {
+  struct stat found = {};
+  Descriptor file = OpenForReading(path, found);
+  return std::make_unique<PosixInputFile>(std::move(file), found.st_size);
+}
+
+Descriptor PosixFileSystem::OpenForAppending(RealPath& path, Access access) {
+  constexpr int kFlags = O_WRONLY | O_APPEND | O_NOCTTY;
+  if (path.Refusal() != 0) RaiseSystemError(Attempt::kWrite, path.Refusal());
+  int error = EISDIR;
+  Descriptor opened;
+  if (!path.NamesNoFile()) opened = OpenExisting(path, kFlags, error);
+  if (error == ENOENT) {
+    NameIndex::Change change = resolver_.Changing(path);
+    opened = Descriptor(::openat(path.Base(), path.Text(), kFlags | O_CREAT | O_CLOEXEC, ModeOf(access)));
+    error = opened ? 0 : errno;
+    if (opened) change.Made(path.Name());
+  }
+  if (error != 0) RaiseSystemError(Attempt::kWrite, error);
+  return opened;
+}
+
+void PosixFileSystem::Append(const std::string& path, std::string_view bytes, Access access) {
+  RealPath real = resolver_.Parse(path);
+  const Descriptor file = OpenForAppending(real, access);
+  WriteFully(file.Get(), bytes, -1);
+}
+
+void PosixFileSystem::AppendLimited(const std::string& path, std::string_view bytes, double limit,
+                                    Access access) {
+  RealPath real = resolver_.Parse(path);
+  Descriptor file = OpenForAppending(real, access);
+  struct stat found = {};
+  if (::fstat(file.Get(), &found) == 0 && static_cast<double>(found.st_size) > limit) {
+    file = Descriptor();
+    if (const int error = DeleteEntry(real)) RaiseSystemError(Attempt::kWrite, error);
+    file = OpenForAppending(real, access);
+  }
+  WriteFully(file.Get(), bytes, -1);
+}
+
+std::unique_ptr<StagedFile> PosixFileSystem::Stage(const std::string& path, Access access) {
+  return StageBeside(resolver_, path, access);
+}
+
+int PosixFileSystem::DeleteEntry(RealPath& path) {
+  return resolver_.OnExisting(path, [&](const RealPath& spelled) {
+    NameIndex::Change change = resolver_.Changing(spelled);
+    if (::unlinkat(spelled.Base(), spelled.Text(), 0) != 0) return errno;
+    change.Gone(spelled.Name());
+    return 0;
+  });
+}
+
+void PosixFileSystem::Delete(const std::string& path) {
+  RealPath real = resolver_.Parse(path);
+  const int error = real.NamesNoFile() ? ENOENT : DeleteEntry(real);
+  if (error != 0) RaiseSystemError(Attempt::kDelete, error);
+}
+
+bool PosixFileSystem::Move(const std::string& source, const std::string& target) {
+  RealPath from = resolver_.Parse(source);
+  RealPath to = resolver_.Parse(target);
+  struct stat found = {};
+  if (from.NamesNoFile() || to.NamesNoFile()) return false;
+  if (resolver_.Stat(from, found) != 0 || S_ISDIR(found.st_mode)) return false;
+  if (resolver_.Stat(to, found) != ENOENT) return false;
+  int error = 0;
+  {
+    NameIndex::Change leaves = resolver_.Changing(from);
+    NameIndex::Change arrives = resolver_.Changing(to);
+    error = RenameToNewName(from, to);
+    if (error == 0) {
+      leaves.Gone(from.Name());
+      arrives.Made(to.Name());
+    }
+  }
+  if (error != EXDEV) return error == 0;
+  try {
+    Copy(source, target);
+  } catch (const RuntimeError&) {
+    return false;
+  }
+  // A source that cannot be deleted stays, and the move has succeeded all the same.
+  DeleteEntry(from);
+  return true;
+}
+
+void PosixFileSystem::MakeFolder(const std::string& path) {
+  RealPath real = resolver_.Parse(path);
+  struct stat found = {};
+  int error = resolver_.Stat(real, found);
+  if (error == 0) error = EEXIST;
+  if (error == ENOENT && !real.Name().empty()) {
+    NameIndex::Change change = resolver_.Changing(real);
+    error = ::mkdirat(real.Base(), real.Text(), 0777) == 0 ? 0 : errno;
+    if (error == 0) change.Made(real.Name());
+  }
+  if (error != 0) RaiseSystemError(Attempt::kMakeFolder, error);
+}
+
+std::unique_ptr<FileSystem> MakeFileSystem(const std::string& folder) {
+  return std::make_unique<PosixFileSystem>(folder);
+}
+
+}  // namespace vlmr::platform

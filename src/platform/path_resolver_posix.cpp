@@ -1,0 +1,94 @@
+#include "platform/path_resolver_posix.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/error_posix.h"
+
+namespace vlmr::platform {
+namespace {
+
+bool IsSeparator(char c) { return c == '\\' || c == '/'; }
+
+Descriptor OpenRoot(const std::string& folder) {
+  Descriptor root(::open(folder.empty() ? "/" : folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!root) RaiseSystemError(Attempt::kWrite, errno);
+  return root;
+}
+
+/// `fstatat` on the first `end` characters of a path.
+int StatPrefix(int base, char* text, std::size_t end, struct stat& found) {
+  const char behind = text[end];
+  text[end] = '\0';
+  const int result = ::fstatat(base, end == 0 ? "." : text, &found, 0);
+  const int error = result == 0 ? 0 : errno;
+  text[end] = behind;
+  return error;
+}
+
+}  // namespace
+
+RealPath::RealPath(int base, std::string_view text) : base_(base) {
+  text_[0] = '\0';
+  if (text.find('\0') != std::string_view::npos) refusal_ = EINVAL;
+  if (text.size() >= sizeof text_) refusal_ = ENAMETOOLONG;
+  if (refusal_ != 0) return;
+  ends_in_separator_ = !text.empty() && IsSeparator(text.back());
+  if (!IsBelow() && !text.empty() && IsSeparator(text.front())) text_[length_++] = '/';
+  name_start_ = length_;
+  while (!text.empty()) {
+    const auto end = std::find_if(text.begin(), text.end(), IsSeparator);
+    const std::string_view component = text.substr(0, static_cast<std::size_t>(end - text.begin()));
+    text.remove_prefix(std::min(component.size() + 1, text.size()));
+    if (component.empty()) continue;
+    if (component == ".." && IsBelow()) refusal_ = EXDEV;
+    if (length_ > name_start_) {
+      text_[length_++] = '/';
+      name_start_ = length_;
+    }
+    std::memcpy(text_ + length_, component.data(), component.size());
+    length_ += component.size();
+  }
+  text_[length_] = '\0';
+}
+
+PathResolver::PathResolver(std::string folder)
+    : folder_(std::move(folder)), root_(OpenRoot(folder_)), names_(root_.Get()) {}
+
+RealPath PathResolver::Parse(std::string_view path) const {
+  const bool below = !path.empty() && path.starts_with(folder_) &&
+                     (path.size() == folder_.size() || IsSeparator(path[folder_.size()]));
+  return below ? RealPath(root_.Get(), path.substr(folder_.size())) : RealPath(AT_FDCWD, path);
+}
+
+int PathResolver::Stat(RealPath& path, struct stat& found) {
+  if (path.refusal_ != 0) return path.refusal_;
+  if (path.length_ == 0 && !path.IsBelow()) return ENOENT;
+  return Locate(path, path.length_, found);
+}
+
+int PathResolver::Locate(RealPath& path, std::size_t end, struct stat& found) {
+  const int exact = StatPrefix(path.base_, path.text_, end, found);
+  if (exact != ENOENT && exact != ENOTDIR) return exact;
+  const std::string_view walked(path.text_, end);
+  const std::size_t slash = walked.rfind('/');
+  const bool has_folder = slash != std::string_view::npos;
+  // "/" itself, or the application folder: nothing above it is searched.
+  if (end == 0 || slash + 1 == end) return ENOTDIR;
+  std::size_t folder_end = has_folder ? slash : 0;
+  if (!path.IsBelow() && folder_end == 0) folder_end = has_folder ? 1 : 0;
+  const std::size_t name_start = has_folder ? slash + 1 : 0;
+
+  struct stat folder = {};
+  if (const int error = Locate(path, folder_end, folder)) return error == ENOENT ? ENOTDIR : error;
+  if (!S_ISDIR(folder.st_mode)) return ENOTDIR;
+  if (!path.IsBelow()) return ENOENT;
+  const std::optional<std::string_view> name =
+      names_.Find(walked.substr(0, folder_end), folder, walked.substr(name_start));
+  if (!name) return ENOENT;
+  // Names that differ in ASCII case alone are equally long.
+  std::memcpy(path.text_ + name_start, name->data(), name->size());
+  return StatPrefix(path.base_, path.text_, end, found);
+}
+
+}  // namespace vlmr::platform
