@@ -53,6 +53,7 @@ class Test:
         self.folder.mkdir(parents=True)
         self._apps = []
         self._servers = []
+        self._known = []
 
     # --- things a test asks for -----------------------------------------------------------------------------
 
@@ -65,15 +66,18 @@ class Test:
     def publish(self, offer=None, folder="service", **changes):
         """Publishes an update service and returns its folder; `changes` are fields of `service.Offer`."""
         self.offer = service.publish(self.folder / folder, offer, **changes)
+        self._known.append(self.folder / folder)
         return self.folder / folder
 
     def nginx(self, root, folder="nginx", **options):
+        self._known.append(self.folder / folder)
         return self._keep(Nginx(self.folder / folder, root, **options))
 
     def faulty_server(self, root):
         return self._keep(FaultyServer(root))
 
     def tinyproxy(self, user=None, password=None, folder="proxy"):
+        self._known.append(self.folder / folder)
         return self._keep(TinyProxy(self.folder / folder, user, password))
 
     def mirror(self, sections=None, **offer):
@@ -94,15 +98,13 @@ class Test:
 
     def outside(self):
         """Files outside the application folders and the folders of the servers: what nobody should have made."""
-        known = [app.path for app in self._apps]
-        found = []
-        for path in self.top.rglob("*"):
-            inside = any(path.is_relative_to(folder) for folder in known)
-            if path.is_file() and not inside and not path.is_relative_to(self.folder / "service"):
-                if not any(path.is_relative_to(self.folder / name) for name in ("nginx", "proxy")):
-                    if ".output." not in path.name:
-                        found.append(str(path.relative_to(self.top)))
-        return found
+        known = [app.path for app in self._apps] + self._known
+        return [
+            str(path.relative_to(self.top))
+            for path in self.top.rglob("*")
+            if path.is_file() and ".output." not in path.name
+            if not any(path.is_relative_to(folder) for folder in known)
+        ]
 
     # --- the frame ------------------------------------------------------------------------------------------
 

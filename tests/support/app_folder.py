@@ -47,6 +47,8 @@ class AppFolder:
         for variable in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"):
             if variable in os.environ:
                 self.environment[variable] = os.environ[variable]
+        self.launcher = []
+        """What stands before the executable on its command line: a program that starts it."""
         self._runs = 0
         self._children = []
 
@@ -65,10 +67,12 @@ class AppFolder:
         return read_ini(self.path / file).get(section.lower(), {}).get(key.lower())
 
     def put(self, relative, data):
-        """Writes a file below the folder, with its parents."""
+        """Writes a file below the folder, with its parents; a running program sees it whole or not at all."""
         path = self.path / relative
         path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_bytes(data if isinstance(data, bytes) else data.encode("latin-1"))
+        beside = self.path.parent / f"{self.path.name}.output.new"
+        beside.write_bytes(data if isinstance(data, bytes) else data.encode("latin-1"))
+        os.replace(beside, path)
         return path
 
     def text(self, relative):
@@ -123,7 +127,7 @@ class AppFolder:
     def start(self, *arguments, environment=None):
         """Starts the executable and returns at once."""
         self._runs += 1
-        command = [str(self.executable), *arguments]
+        command = [*self.launcher, str(self.executable), *arguments]
         stderr = self.path.parent / f"{self.path.name}.output.{self._runs}"
         child = Child(command, self.path, {**self.environment, **(environment or {})}, stderr)
         self._children.append(child)

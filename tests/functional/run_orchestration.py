@@ -1,0 +1,154 @@
+#!/usr/bin/python3
+"""The order of a run: siblings, the dial-up handshake, and what a failed one leaves out."""
+
+import time
+
+import framework  # first: it makes the other modules known
+from waiting import wait_until
+
+SESSION_OFF = {"SOURCES": {"EnableActiveUpdate": "0"}}
+
+
+def starts_settle(app, name, count):
+    """Unawaited programs may still be starting when the run has ended."""
+    wait_until(lambda: len(app.starts_of(name)) >= count, f"{name} starts {count} times")
+    assert len(app.starts_of(name)) == count, (name, app.starts_of(name))
+
+
+def dial(app, answer):
+    """A stand-in for the dial-up program: answers once the run has written that it waits."""
+    asked = f'grep -q Connection=2 "{app.path}/Dialer.ini" && grep -q Disconnect=0 "{app.path}/Dialer.ini"'
+    wait = f"until {asked}; do sleep 0.05; done"
+    done = f'printf "[RAS]\\r\\nConnection={answer}\\r\\n" > "{app.path}/answer" && mv "{app.path}/answer" "{app.path}/Dialer.ini"'
+    app.install_sibling("Dialer.exe", f"{wait}\n{done}")
+
+
+def test_the_status_page_writer_is_started_five_times(t):
+    app = t.app()
+    app.write_settings({**SESSION_OFF, "APACHE": {"Enable": "1"}})
+    app.install_sibling("PageScribe.exe")
+    app.run()
+    starts_settle(app, "PageScribe.exe", 5)
+
+
+def test_the_client_check_and_the_first_add_on_are_awaited_in_order(t):
+    app = t.app()
+    app.write_settings({**SESSION_OFF, "OFFICESCAN_UPDATE": {"Enable": "1"}, "NOTIFICATION": {"EnableVirusNotifications": "True"}})
+    app.install_sibling("ClientAudit.exe", f'sleep 0.3; touch "{app.path}/audited"')
+    app.install_sibling("Ledgerbook.exe", f'test -e "{app.path}/audited" && touch "{app.path}/booked"')
+    app.install_sibling("Sharewell.exe")
+    run = app.run()
+    run.log.expect(f"StartActiveUpdate: Execute : {app.path}\\ClientAudit.exe", "Launch Ledgerbook.exe addon...")
+    run.log.refuse("WaitFor:", "Launch Sharewell")
+    assert (app.path / "booked").exists() and not app.starts_of("Sharewell.exe")
+
+
+def test_missing_siblings_leave_no_trace_but_the_awaited_ones(t):
+    app = t.app()
+    sections = {"APACHE": {"Enable": "1"}, "OFFICESCAN_UPDATE": {"Enable": "1"}, "NOTIFICATION": {"EnableVirusNotifications": "1"}}
+    app.write_settings({**SESSION_OFF, **sections})
+    run = app.run()
+    run.log.expect("WaitFor: Error code 53 File not found", "Launch Ledgerbook.exe addon...", "WaitFor: Error code 53 File not found")
+    run.log.expect_count("WaitFor:", 2)
+    run.log.refuse("StartingOperations: Error", "Loading... Error")
+
+
+def test_a_sibling_that_may_not_be_executed_is_an_error_of_the_wait(t):
+    app = t.app()
+    app.write_settings({**SESSION_OFF, "OFFICESCAN_UPDATE": {"Enable": "1"}})
+    app.put("ClientAudit.exe", b"\x00\x01 neither a program nor a script").chmod(0o755)
+    run = app.run()
+    run.log.expect("WaitFor: Error code 5 Invalid procedure call or argument")
+    run.log.expect("StartingOperations: VLMR terminate...")
+
+
+def test_children_get_neither_handles_nor_streams_of_the_run(t):
+    app = t.app()
+    app.write_settings({**SESSION_OFF, "OFFICESCAN_UPDATE": {"Enable": "1"}})
+    app.install_sibling("ClientAudit.exe", f'ls -l /proc/$$/fd > "{app.path}/handles"; pwd > "{app.path}/where"; echo noise')
+    app.run()
+    targets = [line.split(" -> ")[1] for line in app.text("handles").splitlines() if " -> " in line]
+    own = [name for name in targets if str(app.path) in name and not name.endswith(("/handles", "/ClientAudit.exe"))]
+    assert not own, targets
+    assert targets.count("/dev/null") >= 2, targets
+    assert app.text("where").strip() == str(app.path)
+
+
+def test_a_connected_line_lets_the_run_go_on_and_is_hung_up(t):
+    app, server = t.mirror({"RAS": {"Enable": "True"}})
+    dial(app, 1)
+    run = app.run()
+    run.log.expect(
+        "StartingOperations: TSC is disabled",
+        "DIALUP: Lauching Dialer.exe module",
+        "DIALUP:  Response from RAS module connected",
+        "StartActiveUpdate: Start",
+    )
+    assert app.setting("RAS", "Disconnect", "Dialer.ini") == "1"
+    assert len(server.take_requests()) == 4
+
+
+def test_a_failed_line_ends_the_run_at_once(t):
+    for answer, lines in ((3, ["DIALUP:  Response from RAS module error to connecting.."]), (4, []), ("x", []), ("", [])):
+        app = t.app(f"app{answer}")
+        app.write_settings({**SESSION_OFF, "RAS": {"Enable": "1"}, "APACHE": {"Enable": "1"}})
+        app.install_sibling("QueueMailer.exe")
+        app.install_sibling("PageScribe.exe")
+        dial(app, answer)
+        run = app.run()
+        start = run.log.scope("StartingOperations: START")
+        start.expect_whole(
+            [
+                "StartingOperations: START",
+                "StartingOperations: TSC is disabled",
+                "DIALUP: Lauching Dialer.exe module",
+                *lines,
+            ]
+        )
+        assert app.setting("SERVICE", "CheckNow") == "0"
+        assert "BackupLogs" not in app.folders()
+        starts_settle(app, "QueueMailer.exe", 1)
+        starts_settle(app, "PageScribe.exe", 1)
+
+
+def test_manu_waits_for_the_line_as_well(t):
+    app = t.app()
+    app.write_settings({**SESSION_OFF, "RAS": {"Enable": "1"}})
+    dial(app, 3)
+    app.run("MANU").log.expect("DIALUP:  Response from RAS module error to connecting..")
+
+
+def test_waiting_for_the_line_costs_no_processor_time(t):
+    app = t.app()
+    app.write_settings({**SESSION_OFF, "RAS": {"Enable": "1"}})
+    child = app.start()
+    wait_until(lambda: app.setting("RAS", "Connection", "Dialer.ini") == "2", "the run waits")
+    assert app.setting("RAS", "Disconnect", "Dialer.ini") == "0"
+    before, started = child.cpu_seconds(), time.monotonic()
+    time.sleep(5)
+    spent = (child.cpu_seconds() - before) * 10 / (time.monotonic() - started)
+    print(f"  {spent:.2f} s of processor time in 10 s, taken over 5 s")
+    assert child.running() and spent < 0.2, spent
+    # It still looks: an answer ends the wait.
+    app.write_settings({"RAS": {"Connection": "3"}}, file="Dialer.ini")
+    assert child.wait(5) == 0
+
+
+def test_waiting_for_a_sibling_costs_no_processor_time(t):
+    app = t.app()
+    app.write_settings({**SESSION_OFF, "OFFICESCAN_UPDATE": {"Enable": "1"}})
+    app.install_sibling("ClientAudit.exe", f'until test -e "{app.path}/enough"; do sleep 0.1; done')
+    child = app.start()
+    wait_until(lambda: app.starts_of("ClientAudit.exe"), "the client check runs")
+    before, started = child.cpu_seconds(), time.monotonic()
+    time.sleep(5)
+    spent = (child.cpu_seconds() - before) * 10 / (time.monotonic() - started)
+    print(f"  {spent:.2f} s of processor time in 10 s, taken over 5 s")
+    assert child.running() and spent < 0.2, spent
+    app.put("enough", b"")
+    assert child.wait(10) == 0
+    app.log().refuse("Timer Killer")
+
+
+if __name__ == "__main__":
+    framework.main()
