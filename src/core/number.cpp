@@ -1,5 +1,6 @@
 #include "core/number.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -24,8 +25,8 @@ std::size_t CountDigits(std::string_view text) {
   return count;
 }
 
-/// Whether the text is digits with at most one "." among or beside them, and an exponent perhaps. It keeps out
-/// what `from_chars` would take as well: "inf", "nan".
+/// Whether the text is digits with at most one "." among or beside them, and an exponent perhaps. It keeps
+/// out what `from_chars` would take as well: "inf", "nan".
 bool HasNumberForm(std::string_view text) {
   const std::size_t whole = CountDigits(text);
   text.remove_prefix(whole);
@@ -43,11 +44,20 @@ bool HasNumberForm(std::string_view text) {
 }
 
 /// Whether a number that is out of a type's range is so because it is tiny: then it is 0, no overflow.
-bool IsTiny(std::string_view digits) {
-  const std::size_t exponent = digits.find_first_of("eE");
-  if (exponent != std::string_view::npos && exponent + 1 < digits.size()) return digits[exponent + 1] == '-';
-  // Without an exponent a number can only be tiny when nothing but zeros stand before its dot.
-  return digits.find_first_of("123456789") > digits.find('.');
+bool IsTiny(std::string_view number) {
+  const std::string_view mantissa = number.substr(0, number.find_first_of("eE"));
+  std::int64_t exponent = 0;
+  if (mantissa.size() < number.size()) {
+    std::string_view digits = number.substr(mantissa.size() + 1);
+    if (digits.starts_with('+')) digits.remove_prefix(1);
+    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), exponent);
+    if (result.ec != std::errc()) return digits.starts_with('-');
+  }
+  const std::size_t first = mantissa.find_first_of("123456789");
+  if (first == std::string_view::npos) return true;
+  const std::size_t dot = std::min(mantissa.find('.'), mantissa.size());
+  const std::int64_t place = static_cast<std::int64_t>(dot) - static_cast<std::int64_t>(first);
+  return place + exponent <= 0;
 }
 
 template <class Number>
