@@ -2,6 +2,7 @@
 """The demo's own parts: what the service publishes, and what the patch program makes of an increment."""
 
 import subprocess
+import sys
 import zipfile
 
 import framework  # first: it makes the other modules known
@@ -109,6 +110,17 @@ def test_an_archive_holds_the_one_pattern_of_its_version(t):
 def test_product_keys_are_padded(t):
     made = [service.product_key(22, "1", version) for version in ("5.58", "5", "", "1.2.3")]
     assert made == [f"Info_22_1_{part}_1" for part in ("05058", "05000", "00000", "01002003")], made
+
+
+def test_the_demo_shows_three_passes_and_what_they_published(t):
+    command = [sys.executable, "-B", framework.REPOSITORY / "demo/show_run.py", "--executable", t.executable]
+    done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=120)
+    assert done.returncode == 0, done.stdout + done.stderr
+    rows = [line for line in done.stdout.splitlines() if " pass, " in line and "," in line and ":" not in line]
+    assert len(rows) == 3 and "by full archive" in rows[0] and "nothing new" in rows[1], done.stdout
+    assert rows[1].split()[-4:-1][0] == "1", rows[1]
+    for part in ("The newer version took", "vsapi.zip", "[PATTERN]", "Version=101", "VLMR terminate..."):
+        assert part in done.stdout, part
 
 
 if __name__ == "__main__":
