@@ -123,6 +123,8 @@ void MemoryFileSystem::Fail(Operation operation, std::string name, int number, i
   failures_.push_back({operation, std::move(name), number, nth, nth + times - 1, 0});
 }
 
+void MemoryFileSystem::FailNothing() { failures_.clear(); }
+
 void MemoryFileSystem::MayFail(Operation operation, const std::string& path) const {
   const bool changes = operation != Operation::kRead && operation != Operation::kLength;
   for (Failure& failure : failures_) {

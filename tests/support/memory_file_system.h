@@ -50,7 +50,7 @@ class MemoryFileSystem : public platform::FileSystem {
   /// raise `number`, counted from this call.
   void Fail(Operation operation, std::string name, int number, int nth = 1, int times = 1'000'000'000);
   /// Ends all failures.
-  void FailNothing() { failures_.clear(); }
+  void FailNothing();
 
   /// Puts a file there as another program would: spelled exactly so (beside a twin of another case, if there
   /// is one), folders made, nothing recorded, nothing failing. This and the next four take full paths, and
