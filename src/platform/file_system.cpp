@@ -13,9 +13,9 @@ void FileSystem::Replace(const std::string& path, std::string_view bytes, Access
   staged->Commit();
 }
 
-void FileSystem::Copy(const std::string& source, const std::string& target) {
+void FileSystem::Copy(const std::string& source, const std::string& target, Access access) {
   const std::unique_ptr<InputFile> input = OpenRead(source);
-  const std::unique_ptr<StagedFile> staged = Stage(target);
+  const std::unique_ptr<StagedFile> staged = Stage(target, access);
   std::vector<char> buffer(std::size_t{256} * 1024);
   std::int64_t offset = 0;
   while (const std::size_t count = input->ReadAt(offset, buffer)) {

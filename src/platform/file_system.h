@@ -112,7 +112,7 @@ class FileSystem : public FileReader {
   /// Deletes a file. Raises 53 (absent, or a folder), 70 (in use, no right).
   virtual void Delete(const std::string& path) = 0;
   /// Copies a file, replacing the target in one step. Raises 53 (source absent) or as `Stage`.
-  void Copy(const std::string& source, const std::string& target);
+  void Copy(const std::string& source, const std::string& target, Access access = Access::kEverybody);
   /// Moves a file as Windows' `MoveFileA` does: false when the target exists, the target's folder is missing
   /// or the source is absent; copies and deletes between volumes. Raises nothing.
   virtual bool Move(const std::string& source, const std::string& target) = 0;
