@@ -22,6 +22,9 @@ class ZIP {
   bool ZipFiles(const std::string& target_folder, const std::string& archive_name,
                 const std::string& source_folder, const std::string& file_list);
 
+  /// How many entries an archive holds; 0 when it is missing or is no archive. Logs and changes nothing.
+  int EntryCount(const std::string& zip_file) const;
+
  private:
   const core::Runtime& runtime_;
 };

@@ -1,0 +1,34 @@
+#include "patterns/merge_entries.h"
+
+#include "core/number.h"
+#include "platform/runtime_error.h"
+
+namespace vlmr::patterns {
+namespace {
+
+constexpr double kMostEntries = 1'000'000;
+
+std::string ReadPatternKey(const core::Runtime& runtime, const std::string& key) {
+  return runtime.ReadIniValue("PATTERN", key, runtime.paths.FreshIndex());
+}
+
+}  // namespace
+
+std::string MergeEntries::Count() const { return ReadPatternKey(runtime_, "MergeCount"); }
+
+std::string MergeEntries::Version(int n) const {
+  return ReadPatternKey(runtime_, "Merge." + core::IntegerText(n));
+}
+
+std::string MergeEntries::PathAndSize(int n) const {
+  return ReadPatternKey(runtime_, "MergePath_VSAPI." + core::IntegerText(n));
+}
+
+int MergeEntries::LastOf(double count) {
+  if (count > kMostEntries) {
+    throw platform::RuntimeError(platform::error_number::kOutOfMemory);
+  }
+  return count < 1 ? 0 : static_cast<int>(count);
+}
+
+}  // namespace vlmr::patterns
