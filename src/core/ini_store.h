@@ -37,6 +37,10 @@ class IniStore {
   bool WriteIniValue(std::string_view section, std::string_view key, std::string_view value,
                      const std::string& file);
 
+  /// Makes the file anew with this text, through the same cache and batch: inside a batch the new file appears
+  /// whole, with all that is written after it, at the batch's end. False when it cannot be written.
+  bool Create(const std::string& file, std::string text);
+
   /// Appends an empty line to the file, through the same cache and batch. False when the file cannot be
   /// written.
   bool AppendBlankLine(const std::string& file);
