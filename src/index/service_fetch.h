@@ -24,6 +24,9 @@ class ServiceFetch {
   void Publish(const std::string& staged_file, const std::string& mirror_file) const;
   /// Address of a path below the main source, as the log shows it.
   std::string AddressOf(const std::string& index_path) const;
+  /// The on-disk name of the mirror's file for a path of the index; empty when there is none, and for a path
+  /// that is empty or unsafe, which is never looked up. Logs nothing.
+  std::string FindMirrored(const std::string& index_path) const;
   /// Whether a path of the index may become a local path; logs a refusal of a path that is not empty once per
   /// call.
   bool IsUsable(const std::string& index_path) const;
