@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -51,8 +52,10 @@ class ActivityLog {
   const RunState& state_;
   platform::Form& form_;
   Random& random_;
-  std::string line_;
-  std::string log_path_;
+  const std::string bracket_;  ///< what stands between the moment and the message of every line
+  const std::string log_path_;
+  const std::string settings_path_;
+  std::string line_;  ///< kept, so that a line needs no memory of its own
 };
 
 }  // namespace vlmr::core
