@@ -35,6 +35,7 @@ sys.path[:0] = [str(REPOSITORY / "tests" / "support"), str(REPOSITORY / "demo")]
 import service  # noqa: E402
 from app_folder import AppFolder  # noqa: E402
 from faulty_server import FaultyServer  # noqa: E402
+from scripted_ftp import ScriptedFtp  # noqa: E402
 from web_servers import Nginx, ProgramMissing, TinyProxy  # noqa: E402
 
 SKIPPED = 77
@@ -79,6 +80,15 @@ class Test:
     def tinyproxy(self, user=None, password=None, folder="proxy"):
         self._known.append(self.folder / folder)
         return self._keep(TinyProxy(self.folder / folder, user, password))
+
+    def ftp_daemon(self, kind, root, folder=None, **log_in):
+        """A real FTP daemon: `kind` is a class of `ftp_servers`."""
+        folder = self.folder / (folder or kind.name)
+        self._known.append(folder)
+        return self._keep(kind(folder, root, **log_in))
+
+    def scripted_ftp(self, root, **log_in):
+        return self._keep(ScriptedFtp(root, **log_in))
 
     def mirror(self, sections=None, **offer):
         """The usual case: a published service behind nginx, and an application folder set up to mirror it."""
