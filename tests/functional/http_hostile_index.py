@@ -98,11 +98,19 @@ def test_a_version_with_an_exponent_or_blanks_is_a_number(t):
         assert app.setting("PATTERN", "Version", "ActiveUpdate/server.ini") == shown
 
 
-def test_a_merge_count_beyond_all_measure_ends_normally_and_quickly(t):
-    counts = ("2000000000", "-1", "99999999999999999999", "1e300", "1e999", "abc", "1000001")
-    for number, count in enumerate(counts):
+def test_a_merge_count_beyond_all_measure_is_an_error_and_the_full_archive_follows(t):
+    counts = {
+        "2000000000": "7 Out of memory",
+        "1000001": "7 Out of memory",
+        "1e300": "7 Out of memory",
+        "-1": "9 Subscript out of range",
+        "abc": "13 Type mismatch",
+        "1,5": "13 Type mismatch",
+    }
+    for number, (count, error) in enumerate(counts.items()):
         app, _, root = fresh(t, number)
         run = run_with_index(t, app, root, index_with(root, MergeCount=count))
+        run.log.expect(f"GetIncrementUrl: MergeCount={count}", f"GetAllIncrement: Error {error}")
         assert run.cpu_seconds < scaled(10), (count, run.cpu_seconds)
         assert "Pattern/vsapi.zip" in app.files("ActiveUpdate"), count
 

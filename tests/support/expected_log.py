@@ -49,11 +49,32 @@ def pattern_stored(app, version, unpacked=False):
     ]
 
 
+def first_install(app):
+    """The lines of a look for the held pattern when there is neither a pattern nor an archive."""
+    return [
+        "PatternStored: Find the Last Pattern stored =================",
+        f"PatternStored: First pattern found= {app.path}\\Pattern\\lpt$vpn.*=",
+        f"PatternStored: Try to Uncompress {app.path}\\Activeupdate\\Pattern\\vsapi.zip",
+        f"UnzipLatestPattern : {app.path}\\ActiveUpdate\\Pattern\\vsapi.zip=",
+        "PatternStored: Uncompress False Pattern=0 this is the first install",
+    ]
+
+
+def undefined_product(number, language):
+    """The lines of a product that the service's index does not define."""
+    return [
+        "VerifyProductByIndex: ------------------------------------",
+        f"VerifyProductByIndex: Verify product number [{number}] [Lang: {language}]",
+        f"VerifyProductByIndex: Product number [{number}] is not define.... Exit function",
+    ]
+
+
 def expand(text, app, server):
     """A log kept as a text file: one message a line, with these macros
 
     %AF% application folder, %BASE% base address; `@download URL-TAIL|LOCAL-TAIL` one transfer;
-    `@pattern VERSION` and `@unpacked VERSION` one look for the held pattern; "#" begins a remark.
+    `@pattern VERSION`, `@unpacked VERSION` and `@first-install` one look for the held pattern;
+    `@undefined LANGUAGE NUMBERS` products that the service does not define; "#" begins a remark.
     """
     lines = []
     for line in text.splitlines():
@@ -62,6 +83,11 @@ def expand(text, app, server):
         if word == "@download":
             tail, local = rest.split("|")
             lines += download(f"{server.base}/{tail}", app.own(local))
+        elif word == "@first-install":
+            lines += first_install(app)
+        elif word == "@undefined":
+            language, *numbers = rest.split()
+            lines += [part for number in numbers for part in undefined_product(number, language)]
         elif word in ("@pattern", "@unpacked"):
             lines += pattern_stored(app, rest, unpacked=word == "@unpacked")
         elif not line.startswith("#"):
