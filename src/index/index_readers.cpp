@@ -6,6 +6,7 @@
 
 #include "core/number.h"
 #include "core/text.h"
+#include "index/index_values.h"
 #include "platform/runtime_error.h"
 
 namespace vlmr::index {
@@ -55,10 +56,9 @@ std::string IndexReaders::GetIncrementPathForVersion(const std::string& version)
   if (version.empty()) return {};
   const int count = static_cast<int>(std::min(std::floor(listed), kMostIncrements));
   // One look at the file serves the whole loop, which writes no line.
-  const core::IniDocument& document = runtime_.ini.Document(index);
+  const IndexValues values(runtime_.ini, index);
   for (int n = 1; n <= count; ++n) {
-    const std::string_view from = document.Get(kPatternSection, Numbered("Merge.", n));
-    if (from.substr(0, core::IniStore::kLongestValue) != version) continue;
+    if (values.Get(kPatternSection, Numbered("Merge.", n)) != version) continue;
     const std::string value = runtime_.ReadIniValue(kPatternSection, Numbered("MergePath_VSAPI.", n), index);
     return value.empty() ? std::string() : core::BeforeComma(value);
   }
