@@ -2,9 +2,11 @@
 
 #include <string>
 
-#include "core/file_helpers.h"
+#include "core/error_trap.h"
+#include "core/folder_tree.h"
 #include "core/notifier.h"
 #include "core/runtime.h"
+#include "index/engines_reduce.h"
 #include "index/index_readers.h"
 #include "index/index_writer.h"
 #include "index/products.h"
@@ -33,13 +35,61 @@ class UpdateSession {
     virtual bool GetAuxiliaryPattern(AuxiliaryPattern pattern) = 0;
   };
 
-  /// All references must outlive this object.
-  UpdateSession(const core::Runtime& runtime, transfer::Downloader& downloader, IndexReaders& readers,
-                IndexWriter& writer, ScanEngines& engines, Products& products, core::Notifier& notifier,
-                Jobs& jobs);
+  /// The parts of a pass on this floor.
+  struct Parts {
+    const ServiceFetch& fetch;
+    const IndexReaders& readers;
+    IndexWriter& writer;
+    ScanEngines& engines;
+    EnginesReduce& reduced_engines;
+    Products& products;
+  };
+
+  /// All references, also those in `parts`, must outlive this object.
+  UpdateSession(const core::Runtime& runtime, const Parts& parts, core::Notifier& notifier, Jobs& jobs);
 
   /// The pass itself; all it decides comes from the settings and the two indexes. Raises nothing.
   void StartActiveUpdate();
+
+ private:
+  /// Pattern versions as texts; compared as single-precision numbers.
+  struct Versions {
+    std::string stored;
+    std::string fresh;
+  };
+
+  void LogProgramVersion() const;
+  void CheckFolderTrees() const;
+  void DeleteMailFile() const;
+  bool IsEnabled() const;
+  bool FetchIndex() const;
+
+  bool RunReducedModes();
+  bool RunServerProtectMode(bool reduced_done);
+  bool RunOfficeScanMode(bool reduced_done);
+  bool RunSmexMode(bool reduced_done);
+
+  Versions ReadVersions() const;
+  bool IsPatternNeeded(const Versions& versions) const;
+  void RefreshPattern();
+  bool BuildPattern();
+  void FetchFullArchive() const;
+  void PublishPattern();
+  void NoteNewPattern(const Versions& versions);
+
+  void MirrorEnginesAndProducts();
+  void MirrorAuxiliaryPatterns();
+  void QueueMails();
+
+  bool IsOn(core::Setting setting) const;
+  bool IsGreater(const std::string& version, const std::string& than) const;
+  std::string VersionOf(const std::string& index) const;
+
+  const core::Runtime& runtime_;
+  const Parts parts_;
+  core::Notifier& notifier_;
+  Jobs& jobs_;
+  core::ErrorTrap trap_;
 };
 
 }  // namespace vlmr::index
