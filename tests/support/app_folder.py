@@ -88,6 +88,23 @@ class AppFolder:
         script = f'#!{shell}\necho $$ >> "{self.path}/{name}.starts"\n{action}\n'
         self.put(name, script).chmod(0o755)
 
+    def install_patch_program(self, modes=""):
+        """Installs the demo's patch program; `modes` are its words for doing something wrong."""
+        source = Path(__file__).resolve().parents[2] / "demo" / "patch_program.py"
+        self.put("Patch.exe", source.read_bytes()).chmod(0o755)
+        self.put("patch_mode.txt", modes)
+
+    def mails(self):
+        """The queued mails as pairs of control file and body, in the order of their making."""
+        queue = self.path / "mQueue"
+        controls = sorted(queue.glob("*.ini"), key=lambda p: p.stat().st_mtime_ns) if queue.is_dir() else []
+        pairs = []
+        for control in controls:
+            text = control.read_bytes().decode("latin-1")
+            body = queue / text.split("F=")[1].split("\r\n")[0]
+            pairs.append((text, body.read_bytes().decode("latin-1")))
+        return pairs
+
     def starts_of(self, name):
         """Process ids of the starts of a stand-in so far."""
         try:
