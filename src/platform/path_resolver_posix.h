@@ -52,6 +52,8 @@ class PathResolver {
 
   /// The application folder's text.
   const std::string& Folder() const { return folder_; }
+  /// The application folder's descriptor, for path-relative calls and as a working folder.
+  int Root() const { return root_.Get(); }
   /// What is remembered of folders.
   NameIndex& Names() { return names_; }
   /// Stands around a change that we make in the folder of `path`.
