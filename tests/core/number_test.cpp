@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "support/raised_number.h"
+#include "support/error_of.h"
 
 namespace vlmr::core {
 namespace {
 
-using test::RaisedNumber;
+using test::ErrorOf;
 
 const std::vector<std::string> kNoNumbers = {"abc",   "1,5",   "1 5", "--1", "+-1",  "1.2.3", ".",    "-",
                                              "+",     "e5",    "1e",  "1e+", "1e5x", "0x10",  "inf",  "nan",
@@ -27,11 +27,11 @@ TEST(Number, AnEmptyOrBlankTextIsZeroWithoutError) {
 
 TEST(Number, ATextThatIsNoNumberRaises13) {
   for (const std::string& text : kNoNumbers) {
-    EXPECT_EQ(RaisedNumber([&] { ToInt16(text); }), 13) << '[' << text << ']';
-    EXPECT_EQ(RaisedNumber([&] { ToSingle(text); }), 13) << '[' << text << ']';
-    EXPECT_EQ(RaisedNumber([&] { ToDouble(text); }), 13) << '[' << text << ']';
+    EXPECT_EQ(ErrorOf([&] { ToInt16(text); }), 13) << '[' << text << ']';
+    EXPECT_EQ(ErrorOf([&] { ToSingle(text); }), 13) << '[' << text << ']';
+    EXPECT_EQ(ErrorOf([&] { ToDouble(text); }), 13) << '[' << text << ']';
     if (text != "True") {
-      EXPECT_EQ(RaisedNumber([&] { ToBoolean(text); }), 13) << '[' << text << ']';
+      EXPECT_EQ(ErrorOf([&] { ToBoolean(text); }), 13) << '[' << text << ']';
     }
   }
 }
@@ -55,7 +55,7 @@ TEST(Number, TextBecomesA16BitNumberWithHalvesRoundedToEven) {
 TEST(Number, ANumberOutside16BitsRaises6) {
   for (const char* text :
        {"32768", "32767.5", "-32769", "-32768.51", "1e5", "1e400", "99999999999999999999"}) {
-    EXPECT_EQ(RaisedNumber([&] { ToInt16(text); }), 6) << text;
+    EXPECT_EQ(ErrorOf([&] { ToInt16(text); }), 6) << text;
   }
 }
 
@@ -73,22 +73,22 @@ TEST(Number, ASingleBeyondItsRangeRaises6) {
   for (const std::string& text :
        {std::string("3.5e38"), std::string("-3.5e38"), std::string("1e99999999999999999999"),
         "1" + std::string(100, '0') + "e-5", "0.1" + std::string(50, '0') + "e50"}) {
-    EXPECT_EQ(RaisedNumber([&] { ToSingle(text); }), 6) << text;
+    EXPECT_EQ(ErrorOf([&] { ToSingle(text); }), 6) << text;
   }
 }
 
 TEST(Number, SizesAreDoubles) {
   EXPECT_EQ(ToDouble("4294967296"), 4294967296.0);
   EXPECT_EQ(ToDouble("1e-400"), 0.0);
-  EXPECT_EQ(RaisedNumber([] { ToDouble("1e400"); }), 6);
-  EXPECT_EQ(RaisedNumber([] { ToDouble("-1e400"); }), 6);
+  EXPECT_EQ(ErrorOf([] { ToDouble("1e400"); }), 6);
+  EXPECT_EQ(ErrorOf([] { ToDouble("-1e400"); }), 6);
 }
 
 TEST(Number, TextBecomesBoolean) {
   for (const char* text : {"True", "true", " TRUE\t", "1", "-1", "2", "0.1"})
     EXPECT_TRUE(ToBoolean(text)) << text;
   for (const char* text : {"False", "FALSE ", "0", "0.0", "-0"}) EXPECT_FALSE(ToBoolean(text)) << text;
-  EXPECT_EQ(RaisedNumber([] { ToBoolean("yes"); }), 13);
+  EXPECT_EQ(ErrorOf([] { ToBoolean("yes"); }), 13);
 }
 
 TEST(Number, ASingleIsShownWithSevenSignificantDigits) {
@@ -148,7 +148,7 @@ TEST(Number, VersionsAsSinglesAreComparedByValue) {
   EXPECT_TRUE(CompareAsSingles("1.10", "1.1") == 0);
   EXPECT_TRUE(CompareAsSingles("", "0") == 0);
   EXPECT_TRUE(CompareAsSingles("16777217", "16777216") == 0);
-  EXPECT_EQ(RaisedNumber([] { (void)CompareAsSingles("x", "1"); }), 13);
+  EXPECT_EQ(ErrorOf([] { (void)CompareAsSingles("x", "1"); }), 13);
 }
 
 }  // namespace

@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include "support/raised_number.h"
+#include "support/error_of.h"
 
 namespace vlmr::core {
 namespace {
 
-using test::RaisedNumber;
+using test::ErrorOf;
 
 TEST(Text, FoldsAsciiLettersOnly) {
   EXPECT_EQ(FoldCase('A'), 'a');
@@ -81,7 +81,7 @@ TEST(Text, SplitsPathAndSizeAtTheFirstComma) {
   EXPECT_EQ(SplitPathAndSize("").path, "");
   EXPECT_EQ(SplitPathAndSize(",7").path, "");
   EXPECT_EQ(SplitPathAndSize(",7").size, "7");
-  EXPECT_EQ(RaisedNumber([] { SplitPathAndSize("Pattern/vsapi.zip"); }), 5);
+  EXPECT_EQ(ErrorOf([] { SplitPathAndSize("Pattern/vsapi.zip"); }), 5);
 }
 
 TEST(Text, TakesTheVersionBetweenTheCommas) {
@@ -91,14 +91,14 @@ TEST(Text, TakesTheVersionBetweenTheCommas) {
   EXPECT_EQ(GetVersionField("Pattern/a.zip, 1.101  "), "1.101");
   EXPECT_EQ(GetVersionField("a,,4711"), "");
   EXPECT_EQ(GetVersionField(""), "");
-  EXPECT_EQ(RaisedNumber([] { GetVersionField("Pattern/a.zip"); }), 5);
+  EXPECT_EQ(ErrorOf([] { GetVersionField("Pattern/a.zip"); }), 5);
 }
 
 TEST(Text, TheTextBeforeAMissingCommaIsAnError) {
   EXPECT_EQ(BeforeComma("a,b,c"), "a");
   EXPECT_EQ(BeforeComma(","), "");
-  EXPECT_EQ(RaisedNumber([] { BeforeComma("a"); }), 5);
-  EXPECT_EQ(RaisedNumber([] { BeforeComma(""); }), 5);
+  EXPECT_EQ(ErrorOf([] { BeforeComma("a"); }), 5);
+  EXPECT_EQ(ErrorOf([] { BeforeComma(""); }), 5);
 }
 
 }  // namespace

@@ -1,0 +1,274 @@
+#include "core/ini_document.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "core/text.h"
+
+namespace vlmr::core {
+
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kLineEnd = "\r\n";
+/// The scope of section names in the hash table; sections themselves are numbered from 0.
+constexpr std::uint32_t kSectionNames = IniLineTable::kNone;
+/// Replaced lines stay in the arena; so many bytes of them, and as many as live ones, are cleared away at
+/// once.
+constexpr std::size_t kWorthCompacting = 65536;
+
+std::string_view WithoutEnd(std::string_view line) {
+  while (line.ends_with('\n') || line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
+
+std::optional<std::string_view> SectionName(std::string_view content) {
+  if (!content.starts_with('[')) return std::nullopt;
+  const std::size_t end = content.find(']');
+  if (end == std::string_view::npos) return std::nullopt;
+  return TrimBlanksAndTabs(content.substr(1, end - 1));
+}
+
+struct KeyAndValue {
+  std::string_view key;
+  std::string_view value;
+};
+
+/// Empty key: the line is none.
+KeyAndValue SplitLine(std::string_view content) {
+  if (content.empty() || content.front() == ';' || content.front() == '[') return {};
+  const std::size_t equals = content.find('=');
+  if (equals == std::string_view::npos) return {};
+  return {TrimBlanksAndTabs(content.substr(0, equals)), TrimBlanksAndTabs(content.substr(equals + 1))};
+}
+
+std::string_view WithoutQuotes(std::string_view value) {
+  const bool quoted =
+      value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.front() == value.back();
+  return quoted ? value.substr(1, value.size() - 2) : value;
+}
+
+/// Gives the places of one character in a text one after the other, and looks at no byte twice: a file of CR
+/// lines without any LF must not be searched for LF once per line.
+class PlaceFinder {
+ public:
+  PlaceFinder(std::string_view text, char wanted) : text_(text), wanted_(wanted) { Find(0); }
+  /// The first place at or behind `from`, or the text's size. `from` never goes back.
+  std::size_t From(std::size_t from) {
+    if (place_ < from) Find(from);
+    return place_;
+  }
+
+ private:
+  void Find(std::size_t from) { place_ = std::min(text_.find(wanted_, from), text_.size()); }
+
+  std::string_view text_;
+  char wanted_;
+  std::size_t place_ = 0;
+};
+
+}  // namespace
+
+IniDocument::IniDocument(std::string text) : arena_(std::move(text)), text_size_(arena_.size()) {
+  const std::string_view all = arena_;
+  const auto line_count = static_cast<std::size_t>(std::count(all.begin(), all.end(), '\n')) + 1;
+  lines_.reserve(line_count + line_count / 8);
+  table_.Reserve(line_count);
+  PlaceFinder feeds(all, '\n');
+  PlaceFinder returns(all, '\r');
+  for (std::size_t start = 0; start < all.size();) {
+    std::size_t end = std::min(feeds.From(start), returns.From(start));
+    if (all.substr(end).starts_with(kLineEnd)) ++end;
+    end = std::min(end + 1, all.size());
+    ParseLine(static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end - start));
+    start = end;
+  }
+}
+
+std::string_view IniDocument::Content(std::uint32_t line) const {
+  std::string_view bytes = Bytes(lines_[line]);
+  // Nothing is ever put before the line that was read first.
+  if (line == 0 && bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
+  return TrimBlanksAndTabs(WithoutEnd(bytes));
+}
+
+void IniDocument::ParseLine(std::uint32_t offset, std::uint32_t length) {
+  const auto line = static_cast<std::uint32_t>(lines_.size());
+  const std::uint32_t section = sections_.empty() ? kNone : static_cast<std::uint32_t>(sections_.size() - 1);
+  lines_.push_back({offset, length, kNone, section});
+  if (last_ == kNone) {
+    first_ = line;
+  } else {
+    lines_[last_].next = line;
+  }
+  last_ = line;
+  const std::string_view content = Content(line);
+  if (content.empty()) return;
+  if (const auto name = SectionName(content)) {
+    // A later section of the same name is a section of its own that nothing finds.
+    const bool is_first = FindSection(*name) == kNone;
+    lines_.back().section = static_cast<std::uint32_t>(sections_.size());
+    sections_.push_back({line});
+    if (is_first) table_.Add(HashOfName(kSectionNames, *name), line);
+    return;
+  }
+  if (section == kNone) return;
+  sections_[section].last_filled = line;
+  const std::string_view key = SplitLine(content).key;
+  if (key.empty()) return;
+  const std::uint32_t hash = HashOfName(section, key);
+  if (FindKey(section, hash, key) == kNone) table_.Add(hash, line);
+}
+
+std::uint32_t IniDocument::FindSection(std::string_view name) const {
+  const std::uint32_t line = table_.Find(HashOfName(kSectionNames, name), [&](std::uint32_t other) {
+    const auto found = SectionName(Content(other));
+    return found && EqualsIgnoringCase(*found, name);
+  });
+  return line == kNone ? kNone : lines_[line].section;
+}
+
+std::uint32_t IniDocument::FindKey(std::uint32_t section, std::uint32_t hash, std::string_view key) const {
+  return table_.Find(hash, [&](std::uint32_t other) {
+    return lines_[other].section == section && EqualsIgnoringCase(SplitLine(Content(other)).key, key);
+  });
+}
+
+std::uint32_t IniDocument::FindKey(std::string_view section, std::string_view key) const {
+  const std::uint32_t found = FindSection(section);
+  if (found == kNone || key.empty()) return kNone;
+  return FindKey(found, HashOfName(found, key), key);
+}
+
+std::string_view IniDocument::Get(std::string_view section, std::string_view key) const {
+  const std::uint32_t line = FindKey(TrimBlanksAndTabs(section), TrimBlanksAndTabs(key));
+  return line == kNone ? std::string_view() : WithoutQuotes(RawValue(line));
+}
+
+bool IniDocument::HasKey(std::string_view section, std::string_view key) const {
+  return FindKey(TrimBlanksAndTabs(section), TrimBlanksAndTabs(key)) != kNone;
+}
+
+std::string_view IniDocument::RawValue(std::uint32_t line) const { return SplitLine(Content(line)).value; }
+
+bool IniDocument::CanHold(std::string_view section, std::string_view key) {
+  key = TrimBlanksAndTabs(key);
+  return section.find_first_of("]\r\n") == std::string_view::npos && !key.empty() && key.front() != ';' &&
+         key.front() != '[' && key.find_first_of("=\r\n") == std::string_view::npos;
+}
+
+bool IniDocument::Set(std::string_view section, std::string_view key, std::string_view value) {
+  if (!CanHold(section, key)) return false;
+  section = TrimBlanksAndTabs(section);
+  key = TrimBlanksAndTabs(key);
+  std::string one_line(value);
+  std::replace_if(
+      one_line.begin(), one_line.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+  std::uint32_t in = FindSection(section);
+  if (in == kNone) in = AddSection(section);
+  const std::uint32_t hash = HashOfName(in, key);
+  const std::uint32_t line = FindKey(in, hash, key);
+  if (line == kNone) {
+    EndLine(sections_[in].last_filled);
+    const std::uint32_t added = InsertBehind(sections_[in].last_filled, in, {key, "=", one_line});
+    sections_[in].last_filled = added;
+    table_.Add(hash, added);
+    return true;
+  }
+  if (RawValue(line) == TrimBlanksAndTabs(one_line)) return false;
+  const std::string spelling(SplitLine(Content(line)).key);
+  Rewrite(line, {spelling, "=", one_line});
+  return true;
+}
+
+void IniDocument::AppendBlankLine() {
+  if (last_ != kNone) EndLine(last_);
+  const std::uint32_t section = sections_.empty() ? kNone : static_cast<std::uint32_t>(sections_.size() - 1);
+  InsertBehind(last_, section, {});
+}
+
+std::uint32_t IniDocument::AddSection(std::string_view name) {
+  if (last_ != kNone) EndLine(last_);
+  const auto section = static_cast<std::uint32_t>(sections_.size());
+  const std::uint32_t header = InsertBehind(last_, section, {"[", name, "]"});
+  sections_.push_back({header});
+  table_.Add(HashOfName(kSectionNames, name), header);
+  return section;
+}
+
+std::uint32_t IniDocument::InsertBehind(std::uint32_t before, std::uint32_t section, Pieces pieces) {
+  const auto line = static_cast<std::uint32_t>(lines_.size());
+  lines_.push_back({0, 0, kNone, section});
+  if (before == kNone) {
+    first_ = line;
+  } else {
+    lines_[line].next = lines_[before].next;
+    lines_[before].next = line;
+  }
+  if (last_ == before) last_ = line;
+  Rewrite(line, pieces);
+  return line;
+}
+
+void IniDocument::EndLine(std::uint32_t line) {
+  const std::string_view bytes = Bytes(lines_[line]);
+  if (bytes.ends_with('\n') || bytes.ends_with('\r')) return;
+  const std::string content(bytes);
+  Rewrite(line, {content});
+}
+
+void IniDocument::Rewrite(std::uint32_t line, Pieces pieces) {
+  Line& rewritten = lines_[line];
+  text_size_ -= rewritten.length;
+  rewritten.offset = static_cast<std::uint32_t>(arena_.size());
+  for (const std::string_view piece : pieces) arena_.append(piece);
+  arena_.append(kLineEnd);
+  rewritten.length = static_cast<std::uint32_t>(arena_.size()) - rewritten.offset;
+  text_size_ += rewritten.length;
+  if (arena_.size() > 2 * text_size_ + kWorthCompacting) Compact();
+}
+
+void IniDocument::Compact() {
+  std::string arena;
+  arena.reserve(text_size_ + kWorthCompacting);
+  for (std::uint32_t at = first_; at != kNone; at = lines_[at].next) {
+    Line& line = lines_[at];
+    const std::string_view bytes = Bytes(line);
+    line.offset = static_cast<std::uint32_t>(arena.size());
+    arena.append(bytes);
+  }
+  arena_ = std::move(arena);
+}
+
+template <class Visitor>
+bool IniDocument::VisitRuns(const Visitor& visit) const {
+  for (std::uint32_t at = first_; at != kNone;) {
+    const std::size_t start = lines_[at].offset;
+    std::size_t end = start;
+    // Lines that stand side by side in the arena go out in one piece.
+    for (; at != kNone && lines_[at].offset == end; at = lines_[at].next) end += lines_[at].length;
+    if (!visit(std::string_view(arena_).substr(start, end - start))) return false;
+  }
+  return true;
+}
+
+std::string IniDocument::Text() const {
+  std::string text;
+  text.reserve(text_size_);
+  VisitRuns([&](std::string_view run) {
+    text.append(run);
+    return true;
+  });
+  return text;
+}
+
+bool IniDocument::HasText(std::string_view text) const {
+  if (text.size() != text_size_) return false;
+  return VisitRuns([&](std::string_view run) {
+    if (!text.starts_with(run)) return false;
+    text.remove_prefix(run.size());
+    return true;
+  });
+}
+
+}  // namespace vlmr::core
