@@ -15,7 +15,8 @@ namespace vlmr::platform {
 /// platform spells it, followed by components that each begin with a backslash, for example
 /// `/opt/mirror\ActiveUpdate\server.ini`. Only implementations turn it into a real path. Below the
 /// application folder names are looked up without regard to ASCII case, an exact spelling first; a name that
-/// does not exist yet is made exactly as written.
+/// does not exist yet is made exactly as written. A component ".." below the application folder is refused:
+/// what raises raises 75, what finds finds nothing.
 
 /// The fixed, recognisable part of the name of every temporary file. What a killed run left is found by it.
 inline constexpr std::string_view kTemporaryMark = ".vlmr-tmp";
@@ -78,7 +79,8 @@ class FileReader {
   /// The names of the files in a folder that match the last component of `pattern` (`*` any run, `?` one
   /// character,
   /// `*.*` and `*` every file; ASCII case ignored), ascending by upper-cased name, ties by bytes. Folders,
-  /// hidden entries and names that begin with a dot are left out. A missing folder gives an empty list.
+  /// hidden entries and names that begin with a dot are left out. A missing folder gives an empty list. The
+  /// list is complete: the caller may delete what it names.
   virtual std::vector<std::string> List(const std::string& pattern) const = 0;
   /// The names of the folders directly inside `path`, in the same order; empty when it is missing.
   virtual std::vector<std::string> ListFolders(const std::string& path) const = 0;
@@ -105,13 +107,15 @@ class FileSystem : public FileReader {
   /// usual case.
   virtual void AppendLimited(const std::string& path, std::string_view bytes, double limit,
                              Access access) = 0;
-  /// Makes a temporary file beside `path`. Raises 76, 75, 70, 61 as `Append`.
+  /// Makes a temporary file beside `path`, at most one at a time for the same target. Raises 76, 75, 70, 61
+  /// as `Append`.
   virtual std::unique_ptr<StagedFile> Stage(const std::string& path, Access access = Access::kEverybody) = 0;
   /// Replaces or makes the file in one step through a temporary file. Raises as `Stage`.
   void Replace(const std::string& path, std::string_view bytes, Access access = Access::kEverybody);
   /// Deletes a file. Raises 53 (absent, or a folder), 70 (in use, no right).
   virtual void Delete(const std::string& path) = 0;
-  /// Copies a file, replacing the target in one step. Raises 53 (source absent) or as `Stage`.
+  /// Copies a file, replacing the target in one step. Raises as `OpenRead` for the source, as `Stage` for the
+  /// target.
   void Copy(const std::string& source, const std::string& target, Access access = Access::kEverybody);
   /// Moves a file as Windows' `MoveFileA` does: false when the target exists, the target's folder is missing
   /// or the source is absent; copies and deletes between volumes. Raises nothing.
