@@ -60,6 +60,7 @@ class PosixClock : public Clock {
 
 std::string TimeLocaleName() {
   for (const char* variable : {"LC_ALL", "LC_TIME", "LANG"}) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the program never changes its environment.
     const char* value = std::getenv(variable);
     if (value == nullptr || *value == '\0') continue;
     const std::string name = value;

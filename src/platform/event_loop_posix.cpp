@@ -1,16 +1,16 @@
 #include "platform/event_loop.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
 #include <sys/eventfd.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <ctime>
 #include <map>
 #include <memory>
 #include <utility>
@@ -41,7 +41,7 @@ class PosixEventLoop : public EventLoop {
  public:
   PosixEventLoop() : wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     // A peer that hangs up is an error of that connection, no reason to end the process.
-    ::signal(SIGPIPE, SIG_IGN);
+    static_cast<void>(::signal(SIGPIPE, SIG_IGN));
   }
   PosixEventLoop(const PosixEventLoop&) = delete;
   PosixEventLoop& operator=(const PosixEventLoop&) = delete;

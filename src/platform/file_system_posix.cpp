@@ -2,12 +2,12 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <utility>
 
 #include "platform/error_posix.h"
@@ -89,6 +89,7 @@ std::vector<std::string> PosixFileSystem::ListEntries(std::string_view folder, b
   if (entries == nullptr) return {};
   opened.Release();
   std::vector<std::string> names;
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else has this folder stream.
   while (const dirent* entry = ::readdir(entries.get())) {
     const std::string_view name = entry->d_name;
     // A backslash inside a name cannot be written in a path text.

@@ -81,6 +81,7 @@ bool NameIndex::Read(const std::string& path, Folder& folder) {
   const std::unique_ptr<DIR, int (*)(DIR*)> entries(::fdopendir(opened.Get()), &::closedir);
   if (entries == nullptr) return false;
   opened.Release();
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else has this folder stream.
   while (const dirent* entry = ::readdir(entries.get())) folder.names.emplace(entry->d_name);
   folder.device = now.st_dev;
   folder.inode = now.st_ino;

@@ -1,7 +1,6 @@
 #include "platform/process.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <memory>
 #include <string>
 #include <utility>
@@ -77,7 +77,7 @@ void ResetSignals() {
   for (const int number : {SIGPIPE, SIGCHLD, SIGINT, SIGTERM}) ::sigaction(number, &normal, nullptr);
   sigset_t none;
   ::sigemptyset(&none);
-  ::sigprocmask(SIG_SETMASK, &none, nullptr);
+  ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
 [[noreturn]] void RunInChild(const Launch& launch) {
@@ -116,7 +116,7 @@ class PosixProcessRunner : public ProcessRunner {
     // With SIGCHLD ignored, as some starters leave it, exit codes would be lost.
     struct sigaction action = {};
     ::sigaction(SIGCHLD, nullptr, &action);
-    if (action.sa_handler == SIG_IGN) ::signal(SIGCHLD, SIG_DFL);
+    if (action.sa_handler == SIG_IGN) static_cast<void>(::signal(SIGCHLD, SIG_DFL));
   }
 
   bool Start(const std::string& program, WindowMode /*window*/) override {
