@@ -64,6 +64,10 @@ class Test:
         self._apps.append(app)
         return app
 
+    def apps(self):
+        """The application folders made so far."""
+        return list(self._apps)
+
     def publish(self, offer=None, folder="service", **changes):
         """Publishes an update service and returns its folder; `changes` are fields of `service.Offer`."""
         self.offer = service.publish(self.folder / folder, offer, **changes)
