@@ -132,9 +132,6 @@ class Test:
         for server in self._servers:
             server.stop()
 
-    def remove(self):
-        shutil.rmtree(self.top, ignore_errors=True)
-
     def standing_checks(self):
         for app in self._apps:
             app.standing_checks()
@@ -180,7 +177,7 @@ def run_one(name, function, options):
     if outcome == "failed" or options.keep:
         print(f"  kept: {test.top}")
     else:
-        test.remove()
+        shutil.rmtree(test.top, ignore_errors=True)
     sentence = name[len("test_") :].replace("_", " ")
     print(f"{outcome}: {sentence} ({time.monotonic() - started:.1f} s)", flush=True)
     return outcome

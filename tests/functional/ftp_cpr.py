@@ -5,6 +5,7 @@ import framework  # first: it makes the other modules known
 import scripted_ftp as faults
 import service
 from ftp_servers import ProFtpd, VsFtpd
+from log_lines import compare_lines
 
 PREFIX = "GET_CPR_PATTERN: "
 LATEST = "ActiveUpdate/CPR/latest.ini"
@@ -84,7 +85,7 @@ def test_the_log_of_a_fetch_is_as_described(t):
         PREFIX + f"Pattern Size={pattern}",
         PREFIX + "Creating New Latest.ini file and strucutre",
     ]
-    type(run.log)(own).expect_whole(wanted)
+    compare_lines(own, wanted)
     text = "1.890 Build 3 at 2003/03/05 14:07:00 3 new viruses added"
     run.log.expect(f"PrepareMail: Switch=[11] Version=[{text}]", "DeleteCprTempFiles: Kill file : %ANY%latest.ini")
     assert "PASS secret" in server.commands

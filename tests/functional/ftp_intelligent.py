@@ -7,6 +7,7 @@ import framework  # first: it makes the other modules known
 import scripted_ftp as faults
 import service
 from ftp_servers import ProFtpd, PureFtpd
+from log_lines import compare_lines
 
 PREFIX = "StartIntelligentFTP: "
 
@@ -75,7 +76,8 @@ def test_the_log_of_a_download_is_as_described(t):
     run = app.run()
     zip_path = f"{app.path}\\ActiveUpdate\\Pattern\\vsapi.zip"
     own = [line for line in run.log if line.startswith((PREFIX, "GetLastPatternFromList"))]
-    type(run.log)(own).expect_whole(
+    compare_lines(
+        own,
         [
             PREFIX + "Starting... %V%",
             PREFIX + "Switch to FTP passive mode...",
@@ -93,7 +95,7 @@ def test_the_log_of_a_download_is_as_described(t):
             PREFIX + "Try to Get last pattern from remote folder",
             PREFIX + f"Zip {app.path}\\Pattern\\lpt$vpn.101 To {zip_path}",
             PREFIX + "Writing server.ini file",
-        ]
+        ],
     )
     run.log.expect("PrepareMail: Switch=[1] Version=[[Intelligent FTP Function]101]")
     run.log.refuse("CreatingNewPatternServerIni:")

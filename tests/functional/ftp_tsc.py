@@ -4,6 +4,7 @@
 import framework  # first: it makes the other modules known
 import service
 from ftp_servers import ProFtpd, VsFtpd
+from log_lines import compare_lines
 
 PREFIX = "TrojanSystemCleaner: "
 
@@ -46,7 +47,8 @@ def test_the_log_of_a_fetch_is_as_described(t):
     app, server, folder = scripted(t)
     run = app.run()
     own = [line for line in run.log if line.startswith("TrojanSystemCleaner")]
-    type(run.log)(own).expect_whole(
+    compare_lines(
+        own,
         [
             "TrojanSystemCleaner version 1.0 [%V%]===",
             PREFIX + "New Feature created on 2003.02.21",
@@ -62,7 +64,7 @@ def test_the_log_of_a_fetch_is_as_described(t):
             PREFIX + "=======================",
             PREFIX + "New version found [12345]",
             PREFIX + f"Download [tsc12345.zip] to [{app.path}\\TempDownload]",
-        ]
+        ],
     )
     # A stand-in without a version resource has no version.
     run.log.expect("PrepareMail: Switch=[12] Version=[ Pattern 12345]")

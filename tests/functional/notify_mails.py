@@ -54,7 +54,7 @@ def test_nothing_is_queued_when_nothing_is_new_or_the_switch_is_off(t):
     run = app.run()
     run.log.expect("PrepareMail: Switch=[1] Version=[100]", "PrepareMail: Notification for Pattern updates is disabled")
     assert "mQueue" not in app.folders()
-    app, _ = t.app("other"), None
+    app = t.app("other")
     app.write_settings({"NOTIFICATION": {"Enable": "1"}, "SOURCES": {"EnableActiveUpdate": "0"}})
     app.run()
     assert "mQueue" not in app.folders()

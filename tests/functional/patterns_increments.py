@@ -13,9 +13,12 @@ from waiting import wait_until
 NEWS = ["Pattern/whatsnew.txt"] * 2
 
 
-def held_100(t, modes="", **offer):
-    """A mirror that holds version 100 and has a patch program."""
-    app, server = t.mirror(version="100", **offer)
+def held_100(t, modes="", folder="", **offer):
+    """A mirror that holds version 100 and has a patch program; `folder` tells several of one test apart."""
+    root = t.publish(folder=f"service{folder}", version="100", **offer)
+    server = t.nginx(root, folder=f"nginx{folder}")
+    app = t.app(f"app{folder}")
+    app.write_settings(framework.settings(server.base))
     app.install_patch_program(modes)
     app.run()
     server.take_requests()
@@ -122,26 +125,20 @@ def test_an_update_by_increment_takes_a_small_part_of_the_bytes(t):
 
 
 def test_ten_updates_in_a_row_stay_incremental(t):
-    for number, modes in enumerate(("", "leave-old", "into-source")):
-        root = t.publish(folder=f"service{number}", version="100")
-        server = t.nginx(root, folder=f"nginx{number}")
-        app = t.app(f"app{number}")
-        app.write_settings(framework.settings(server.base))
-        app.install_patch_program(modes)
-        app.run()
-        server.take_requests()
+    for modes in ("", "leave-old", "into-source"):
+        app, server = held_100(t, modes, folder=modes)
         for version in range(101, 111):
-            t.publish(t.offer, folder=f"service{number}", version=str(version), increments_from=(str(version - 1),))
+            t.publish(t.offer, folder=f"service{modes}", version=str(version), increments_from=(str(version - 1),))
             app.run()
             assert server.take_paths() == ["server.ini", f"Pattern/v_{version - 1}.{version}", *NEWS], modes
             assert entries(app) == {f"lpt$vpn.{version}": service.pattern_bytes(str(version))}
             assert list(app.files("Pattern")) == [f"lpt$vpn.{version}"], modes
 
 
-def failing_update(t, modes=None, prepare=None):
+def failing_update(t, modes="", prepare=None, folder=""):
     """A pass to version 101 whose increment cannot be applied; the full archive must follow."""
-    app, server = held_100(t, modes or "")
-    t.publish(t.offer, version="101", increments_from=("100",))
+    app, server = held_100(t, modes, folder)
+    t.publish(t.offer, folder=f"service{folder}", version="101", increments_from=("100",))
     if prepare:
         prepare(app, server)
     run = app.run()
@@ -153,15 +150,10 @@ def failing_update(t, modes=None, prepare=None):
 
 def test_a_patch_program_that_fails_leads_to_the_full_archive(t):
     for number, modes in enumerate(("exit=3", "no-output")):
-        inner = framework.Test(f"{t.name}{number}", t.executable, 0)
-        try:
-            _, server, run = failing_update(inner, modes)
-            run.log.expect("PatchIni: execute %ANY%\\Patch.exe", "PatchIni: Tests= ")
-            run.log.refuse("PatchVsapI: successfull", "PatchVsapI: Kill old Zip file")
-            assert server.take_paths() == ["server.ini", "Pattern/v_100.101", "Pattern/vsapi.zip", *NEWS]
-        finally:
-            inner.stop()
-            inner.remove()
+        _, server, run = failing_update(t, modes, folder=str(number))
+        run.log.expect("PatchIni: execute %ANY%\\Patch.exe", "PatchIni: Tests= ")
+        run.log.refuse("PatchVsapI: successfull", "PatchVsapI: Kill old Zip file")
+        assert server.take_paths() == ["server.ini", "Pattern/v_100.101", "Pattern/vsapi.zip", *NEWS]
 
 
 def test_a_missing_patch_program_leads_to_the_full_archive(t):
