@@ -37,8 +37,8 @@ class IniStore {
   bool WriteIniValue(std::string_view section, std::string_view key, std::string_view value,
                      const std::string& file);
 
-  /// Makes the file anew with this text, through the same cache and batch: inside a batch the new file appears
-  /// whole, with all that is written after it, at the batch's end. False when it cannot be written.
+  /// Makes the file anew with this text, through the same cache and batch: inside a batch the new file
+  /// appears whole, with all that is written after it, at the batch's end. False when it cannot be written.
   bool Create(const std::string& file, std::string text);
 
   /// Appends an empty line to the file, through the same cache and batch. False when the file cannot be
@@ -56,9 +56,9 @@ class IniStore {
                  ///< starts
   };
 
-  /// Holds the writes to one file while it lives; reads see them. Batches of one file nest: the outermost
-  /// decides. What another program writes meanwhile is kept: the held changes are applied to the new
-  /// contents.
+  /// Holds the writes to one file while it lives; reads see them. Batches of one file nest; nothing is
+  /// written while a `kAtEnd` batch is open, and what is held then is written with the last batch. What
+  /// another program writes meanwhile is kept: the held changes are applied to the new contents.
   class Batch {
    public:
     Batch(IniStore& store, std::string file, BatchKind kind);
@@ -71,6 +71,7 @@ class IniStore {
    private:
     IniStore& store_;
     std::string file_;
+    BatchKind kind_;
     bool open_ = true;
   };
 
@@ -81,12 +82,17 @@ class IniStore {
   struct Entry;
   Entry& Refresh(const std::string& file);
   bool Flush(const std::string& file, Entry& entry);
+  template <class MakeChange>
+  bool Keep(const std::string& file, Entry& entry, const MakeChange& make_change);
+  void Open(const std::string& file, BatchKind kind);
+  bool Close(const std::string& file, BatchKind kind);
 
   platform::FileSystem& files_;
   platform::EventLoop& loop_;
   const platform::Clock& clock_;
   std::unordered_map<std::string, std::unique_ptr<Entry>> entries_;
   platform::EventLoop::TimerId flush_timer_ = 0;
+  int periodic_batches_ = 0;
 };
 
 }  // namespace vlmr::core

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,6 +23,8 @@ class SecretCipher {
     Fault fault = Fault::kNone;
   };
 
+  /// A fault in words for the log.
+  static std::string Describe(Fault fault);
   /// Whether a stored text carries the mark of this cipher.
   static bool IsEnciphered(std::string_view stored);
   /// Makes the key file when there is none (never over an existing one).
@@ -33,6 +33,9 @@ class SecretCipher {
   Result Decipher(std::string_view stored);
 
  private:
+  Fault ReadKey(std::string& key) const;
+  Fault MakeKey(std::string& key);
+
   const AppPaths& paths_;
   platform::FileSystem& files_;
 };

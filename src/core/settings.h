@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "core/app_paths.h"
 #include "core/ini_store.h"
@@ -40,16 +42,20 @@ class Settings {
   /// Stores "1" or "0". Raises nothing.
   void SetSwitch(Setting setting, bool on);
 
+  /// Who is told, in one line for the log, of a password that cannot be deciphered; it reads as empty then,
+  /// and nothing is overwritten.
+  void OnSecretFault(std::function<void(const std::string&)> report) { on_secret_fault_ = std::move(report); }
+
   /// The file of a setting.
   std::string FileOf(Setting setting) const;
 
  private:
-  std::string Read(const SettingRow& row);
   std::string ReadViewMonitor();
 
   const AppPaths& paths_;
   IniStore& ini_;
   SecretCipher& cipher_;
+  std::function<void(const std::string&)> on_secret_fault_;
 };
 
 }  // namespace vlmr::core
