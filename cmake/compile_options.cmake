@@ -4,6 +4,12 @@ target_compile_options(vlmr_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual
   -Wformat=2 -Wimplicit-fallthrough -Wundef -Werror)
 
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # GCC 12 takes every joining of texts for an overlapping copy once it is inlined (its fault 105651).
+  target_compile_options(vlmr_options INTERFACE -Wno-restrict)
+endif()
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+
 if(VLMR_SANITIZE)
   target_compile_options(vlmr_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
     -fno-omit-frame-pointer)
@@ -17,4 +23,11 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT WIN32)
   target_link_options(vlmr_options INTERFACE -Wl,-z,relro,-z,now -Wl,-z,noexecstack)
   include(CheckPIESupported)
   check_pie_supported(LANGUAGES CXX)
+endif()
+
+if(WIN32)
+  # Windows 7 and later; the system's functions in their wide form.
+  target_compile_definitions(vlmr_options INTERFACE _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX UNICODE _UNICODE)
+  target_compile_options(vlmr_options INTERFACE -ffunction-sections -fdata-sections)
+  target_link_libraries(vlmr_options INTERFACE ws2_32 advapi32 user32)
 endif()

@@ -1,8 +1,7 @@
-#include "platform/error_posix.h"
-
 #include <cerrno>
 
 #include "platform/runtime_error.h"
+#include "platform/system_error.h"
 
 namespace vlmr::platform {
 namespace {
@@ -91,7 +90,8 @@ int StartError(int system_error) {
 
 }  // namespace
 
-int ErrorNumberOf(Attempt attempt, int system_error) {
+int ErrorNumberOf(Attempt attempt, SystemErrorCode code) {
+  const int system_error = static_cast<int>(code);
   if (system_error == ENOMEM || system_error == EAGAIN) return kOutOfMemory;
   // A path that leads out of the application folder is refused under this number by every operation.
   if (system_error == EXDEV) return kPathFileAccess;
@@ -112,10 +112,6 @@ int ErrorNumberOf(Attempt attempt, int system_error) {
       return StartError(system_error);
   }
   return kInvalidCall;
-}
-
-void RaiseSystemError(Attempt attempt, int system_error) {
-  throw RuntimeError(ErrorNumberOf(attempt, system_error));
 }
 
 }  // namespace vlmr::platform

@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "platform/error_posix.h"
+#include "platform/system_error.h"
 #include "platform/native.h"
 #include "platform/runtime_error.h"
 #include "platform/staged_file_posix.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/error_posix.h"
+#include "platform/system_error.h"
 
 namespace vlmr::platform {
 namespace {

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "platform/descriptor_posix.h"
-#include "platform/error_posix.h"
+#include "platform/system_error.h"
 #include "platform/native.h"
 #include "platform/path_resolver_posix.h"
 #include "platform/runtime_error.h"

@@ -1,5 +1,7 @@
 #include "platform/runtime_error.h"
 
+#include "platform/system_error.h"
+
 namespace vlmr::platform {
 
 RuntimeError::RuntimeError(int number) : number_(number), description_(DescribeError(number)) {}
@@ -33,6 +35,10 @@ std::string DescribeError(int number) {
     default:
       return "Error " + std::to_string(number);
   }
+}
+
+void RaiseSystemError(Attempt attempt, SystemErrorCode system_error) {
+  throw RuntimeError(ErrorNumberOf(attempt, system_error));
 }
 
 }  // namespace vlmr::platform

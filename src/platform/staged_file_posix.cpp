@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "platform/error_posix.h"
+#include "platform/system_error.h"
 
 namespace vlmr::platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/error_posix.h"
+#include "platform/system_error.h"
 
 #include <gtest/gtest.h>
 

@@ -11,6 +11,6 @@ enum class Attempt { kDelete, kLength, kRead, kWrite, kMakeFolder, kStart };
 int ErrorNumberOf(Attempt attempt, int system_error);
 
 /// Throws the `RuntimeError` of `ErrorNumberOf`.
-[[noreturn]] void RaiseSystemError(Attempt attempt, int system_error);
+[[noreturn]] void RaiseSystemError(Attempt attempt, SystemErrorCode system_error);
 
 }  // namespace vlmr::platform
