@@ -10,20 +10,21 @@ namespace vlmr::transfer {
 struct HttpRequest {
   std::string url;
   std::string local_file;  ///< where the body goes, in the system's own notation
-  std::int16_t remote_port =
-      0;                   ///< used when the URL names no port; with https, 80 means that scheme's own port
+  /// Used when the URL names no port; 0 means the scheme's own, and so does 80 with https.
+  std::int16_t remote_port = 0;
   bool use_proxy = false;  ///< with an empty `proxy_name` the transfer is direct all the same
   std::string proxy_name;
   std::int16_t proxy_port = 0;  ///< 0 = 80
   std::string proxy_user;       ///< empty = no log-in; else Basic authorisation
   std::string proxy_password;
-  bool debug = false;  ///< trace the exchange in the log, at the detailed level
+  bool debug = false;          ///< trace the exchange in the log, at the detailed level
+  std::int64_t max_bytes = 0;  ///< a longer body is a failure; 0 = any length
 };
 
 /// The asynchronous downloader: configured through properties, started by a method, and heard of again by
 /// exactly one of two events, which are delivered from inside `EventLoop::Pump`. `Start` only arms the
 /// transfer: it connects at the first yield, so a property set between `Start` and that yield still counts.
-/// One transfer at a time.
+/// One transfer at a time. After an error event nothing has been stored; an existing file is untouched.
 class InternetFile {
  public:
   /// Access type as the component numbers it.
@@ -38,9 +39,12 @@ class InternetFile {
   virtual void SetProxyPassword(const std::string& password) = 0;
   virtual void SetProxyUser(const std::string& user) = 0;
   virtual void SetRemotePort(std::int16_t port) = 0;
+  /// The longest body that is taken, 0 = any.
+  virtual void SetMaxBytes(std::int64_t max_bytes) = 0;
   virtual void Start() = 0;
 
-  /// The events. The error text begins with the HTTP status or the socket error's number.
+  /// The events. The error text begins with the HTTP status, the socket error's number or libcurl's number,
+  /// and is one line.
   virtual void OnCompletion(std::function<void()> handler) = 0;
   virtual void OnError(std::function<void(const std::string& text)> handler) = 0;
 };
@@ -49,8 +53,8 @@ class InternetFile {
 class HttpGet {
  public:
   virtual ~HttpGet() = default;
-  /// True when the status was 2xx and the whole body stands at the local file. On failure no file is left
-  /// there.
+  /// True when the status was 2xx and the whole body stands at the local file. On failure nothing has been
+  /// stored; an existing file is untouched.
   virtual bool Get(const HttpRequest& request) = 0;
 };
 

@@ -1,0 +1,54 @@
+#include "transfer/http_body.h"
+
+#include <curl/curl.h>
+
+#include <utility>
+
+#include "platform/runtime_error.h"
+#include "transfer/stage_file.h"
+
+namespace vlmr::transfer {
+
+namespace {
+
+// libcurl hands out at most 16 KB at a time; fewer, larger writes take large files faster.
+constexpr std::size_t kGathered = std::size_t{256} << 10;
+
+}  // namespace
+
+void HttpBody::Open(std::string path, std::int64_t max_bytes) {
+  Drop();
+  path_ = std::move(path);
+  max_bytes_ = max_bytes;
+}
+
+void HttpBody::Add(std::string_view bytes) {
+  length_ += static_cast<std::int64_t>(bytes.size());
+  if (max_bytes_ > 0 && length_ > max_bytes_) {
+    throw platform::RuntimeError(CURLE_FILESIZE_EXCEEDED, curl_easy_strerror(CURLE_FILESIZE_EXCEEDED));
+  }
+  if (staged_ == nullptr) staged_ = StageMakingFolders(files_, path_);
+  gathered_ += bytes;
+  if (gathered_.size() >= kGathered) Flush();
+}
+
+void HttpBody::Flush() {
+  staged_->Write(gathered_);
+  gathered_.clear();
+}
+
+void HttpBody::Commit() {
+  if (staged_ == nullptr) staged_ = StageMakingFolders(files_, path_);
+  if (!gathered_.empty()) Flush();
+  const std::unique_ptr<platform::StagedFile> staged = std::move(staged_);
+  length_ = 0;
+  staged->Commit();
+}
+
+void HttpBody::Drop() {
+  staged_.reset();
+  gathered_.clear();
+  length_ = 0;
+}
+
+}  // namespace vlmr::transfer
