@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <string>
+
 #include "core/runtime.h"
 #include "platform/event_loop.h"
 #include "platform/form.h"
@@ -29,16 +32,41 @@ class CompletionFlags {
 };
 
 /// `DownloadFiles` over the two components, in one of four modes that the settings choose for each call. No
-/// retry, no change of mode.
+/// retry, no change of mode. An index ("server.ini") of more than 64 MiB is a failed transfer: its readers
+/// hold it in memory.
 class HttpDownload : public Downloader {
  public:
+  /// The longest index that is taken, in bytes.
+  static constexpr std::int64_t kMostIndexBytes = std::int64_t{64} << 20;
+
   /// All references must outlive this object; it takes the events of `internet_file`.
   HttpDownload(const core::Runtime& runtime, platform::EventLoop& loop, platform::Form& form,
                InternetFile& internet_file, HttpGet& http_get);
+  HttpDownload(const HttpDownload&) = delete;
+  HttpDownload& operator=(const HttpDownload&) = delete;
 
   bool DownloadFiles(std::int16_t protocol, const std::string& url, std::string& local_file) override;
 
  private:
+  /// The settings of the proxy, read anew for each call. The port stays text until a component wants it.
+  struct ProxySettings {
+    std::string name;
+    std::string user;
+    std::string port;
+    std::string password;
+  };
+
+  ProxySettings ReadProxy() const;
+  bool Perform(std::int16_t protocol, const std::string& url, std::string& local_file);
+  bool TransferByHttp(const std::string& url, const std::string& local_file, const ProxySettings& proxy);
+  bool ProxyApi(const std::string& url, const std::string& local_file, const ProxySettings& proxy);
+  bool DirectApi(const std::string& url, const std::string& local_file);
+  bool ProxyWinsock(const std::string& url, const std::string& local_file, const ProxySettings& proxy);
+  bool DirectWinsock(const std::string& url, const std::string& local_file);
+  bool WaitForEvent();
+  bool GetWithMonitor(const HttpRequest& request);
+  HttpRequest DirectRequest(const std::string& url, const std::string& local_file) const;
+
   const core::Runtime& runtime_;
   platform::EventLoop& loop_;
   platform::Form& form_;
