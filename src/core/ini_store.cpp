@@ -1,15 +1,21 @@
 #include "core/ini_store.h"
 
+#include <algorithm>
+#include <exception>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "platform/ascii_case.h"
 #include "platform/runtime_error.h"
 
 namespace vlmr::core {
 namespace {
 
 constexpr std::chrono::milliseconds kFlushInterval{1000};
+/// What stamps cannot tell: two changes within one tick of the file system's clock, which takes 10 ms at most
+/// on the usual ones. (FAT counts in 2 s; there a second edit of the same length may be missed.)
+constexpr std::chrono::milliseconds kStampTick{20};
 
 /// One write that a batch holds, kept so that it can be done again on contents that another program wrote
 /// meanwhile.
@@ -38,21 +44,38 @@ bool Apply(const Change& change, IniDocument& document) {
 
 /// The network's servers read what is published; every other file can hold a password or lead to one.
 platform::Access AccessOf(const std::string& file) {
-  const bool published = file.find(R"(\ActiveUpdate\)") != std::string::npos;
+  const bool published = platform::AsciiUpper(file).find(R"(\ACTIVEUPDATE\)") != std::string::npos;
   return published ? platform::Access::kEverybody : platform::Access::kOwnerAndGroup;
 }
 
 }  // namespace
 
+std::size_t IniStore::PathHash::operator()(std::string_view path) const {
+  std::uint64_t hash = 14695981039346656037U;  // FNV-1a
+  for (const char c : path) {
+    hash = (hash ^ static_cast<unsigned char>(platform::AsciiUpper(c))) * 1099511628211U;
+  }
+  return static_cast<std::size_t>(hash);
+}
+
+bool IniStore::PathEqual::operator()(std::string_view a, std::string_view b) const {
+  return platform::SameName(a, b);
+}
+
 struct IniStore::Entry {
   IniDocument document;
-  std::optional<platform::FileStamp>
-      stamp;  ///< of the contents that `document` was parsed from or written as
+  /// Of the contents that `document` was parsed from or written as; nothing when the file was absent.
+  std::optional<platform::FileStamp> stamp;
   bool loaded = false;
+  /// Whether the contents were looked at when the stamp was older than a tick, so that equal stamps prove
+  /// equal contents from then on.
+  bool settled = false;
+  std::chrono::steady_clock::time_point stamped;  ///< when this stamp was first seen
   bool readable = true;  ///< false: the file is there but cannot be read, so it must not be replaced either
   int batches = 0;
   int at_end_batches = 0;
   std::vector<Change> held;
+  std::size_t held_before_at_end = 0;  ///< how many were held when the outermost `kAtEnd` batch began
   std::chrono::steady_clock::time_point last_flush;
 };
 
@@ -107,29 +130,48 @@ bool IniStore::Keep(const std::string& file, Entry& entry, const MakeChange& mak
   return true;
 }
 
-IniStore::Entry& IniStore::Refresh(const std::string& file) {
+IniStore::Entry& IniStore::EntryOf(const std::string& file) {
   std::unique_ptr<Entry>& place = entries_[file];
   if (!place) place = std::make_unique<Entry>();
-  Entry& entry = *place;
+  return *place;
+}
+
+IniStore::Entry& IniStore::Refresh(const std::string& file) {
+  Entry& entry = EntryOf(file);
   const std::optional<platform::FileStamp> stamp = files_.Stamp(file);
-  if (entry.loaded && entry.stamp == stamp) return entry;
-  entry.document = IniDocument();
-  entry.stamp = stamp;
-  entry.loaded = true;
+  const bool same = entry.loaded && entry.stamp == stamp;
+  if (same && (entry.settled || clock_.Steady() - entry.stamped < kStampTick)) return entry;
+  if (!same) {
+    entry.stamp = stamp;
+    entry.stamped = clock_.Steady();
+  }
+  // An absent file has no contents that could change behind an equal stamp.
+  entry.settled = same || !stamp;
+  Load(file, entry);
+  return entry;
+}
+
+void IniStore::Load(const std::string& file, Entry& entry) {
+  const bool was_loaded = std::exchange(entry.loaded, true);
   entry.readable = true;
-  if (stamp) {
+  std::string text;
+  if (entry.stamp) {
     try {
-      std::string text = files_.ReadAll(file);
-      entry.readable = text.size() <= IniDocument::kLongestText;
-      if (entry.readable) entry.document = IniDocument(std::move(text));
-    } catch (const platform::RuntimeError&) {
-      // In use or no right: it reads as empty now and is tried again at the next call.
-      entry.readable = false;
+      entry.readable = entry.stamp->size <= static_cast<std::int64_t>(IniDocument::kLongestText);
+      if (entry.readable) text = files_.ReadAll(file);
+    } catch (const platform::RuntimeError& error) {
+      // Gone since it was stamped, or in use, or no right: it reads as empty now and is tried again at the
+      // next call. Only what is gone may be made anew.
+      const bool gone = error.Number() == platform::error_number::kFileNotFound ||
+                        error.Number() == platform::error_number::kPathNotFound;
+      entry.readable = gone;
       entry.loaded = false;
     }
   }
+  // Looking again at a long file that did not change costs its reading, not its parsing.
+  if (was_loaded && entry.loaded && entry.held.empty() && entry.document.HasText(text)) return;
+  entry.document = IniDocument(std::move(text));
   for (const Change& change : entry.held) Apply(change, entry.document);
-  return entry;
 }
 
 /// REQUIRES: `entry` has just been refreshed.
@@ -144,7 +186,11 @@ bool IniStore::Flush(const std::string& file, Entry& entry) {
     return false;
   }
   entry.held.clear();
+  // Should another program have replaced the file since, the look at the settled file finds it out.
   entry.stamp = files_.Stamp(file);
+  entry.stamped = clock_.Steady();
+  entry.settled = false;
+  entry.loaded = true;
   return true;
 }
 
@@ -157,21 +203,24 @@ void IniStore::FlushBatches() {
 }
 
 void IniStore::Open(const std::string& file, BatchKind kind) {
-  std::unique_ptr<Entry>& place = entries_[file];
-  if (!place) place = std::make_unique<Entry>();
-  if (place->batches++ == 0) place->last_flush = clock_.Steady();
-  if (kind == BatchKind::kAtEnd) ++place->at_end_batches;
+  Entry& entry = EntryOf(file);
+  if (entry.batches++ == 0) entry.last_flush = clock_.Steady();
+  if (kind == BatchKind::kAtEnd && entry.at_end_batches++ == 0) entry.held_before_at_end = entry.held.size();
   if (kind == BatchKind::kEachSecond && periodic_batches_++ == 0) {
     flush_timer_ = loop_.StartTimer(kFlushInterval, [this] { FlushBatches(); });
   }
 }
 
-bool IniStore::Close(const std::string& file, BatchKind kind) {
+bool IniStore::Close(const std::string& file, BatchKind kind, bool is_whole) {
   if (kind == BatchKind::kEachSecond && --periodic_batches_ == 0) {
     loop_.StopTimer(std::exchange(flush_timer_, 0));
   }
-  Entry& entry = *entries_[file];
+  Entry& entry = EntryOf(file);
   if (kind == BatchKind::kAtEnd) --entry.at_end_batches;
+  if (!is_whole) {
+    entry.held.resize(std::min(entry.held.size(), entry.held_before_at_end));
+    entry.loaded = false;
+  }
   if (entry.held.empty()) {
     --entry.batches;
     return true;
@@ -191,12 +240,19 @@ bool IniStore::Close(const std::string& file, BatchKind kind) {
 }
 
 IniStore::Batch::Batch(IniStore& store, std::string file, BatchKind kind)
-    : store_(store), file_(std::move(file)), kind_(kind) {
+    : store_(store), file_(std::move(file)), kind_(kind), unwinding_(std::uncaught_exceptions()) {
   store_.Open(file_, kind_);
 }
 
-IniStore::Batch::~Batch() { Finish(); }
+IniStore::Batch::~Batch() {
+  if (!open_) return;
+  // An exception that passes through ends the run in the middle of the work.
+  const bool is_whole = kind_ == BatchKind::kEachSecond || std::uncaught_exceptions() == unwinding_;
+  store_.Close(file_, kind_, is_whole);
+}
 
-bool IniStore::Batch::Finish() { return !std::exchange(open_, false) || store_.Close(file_, kind_); }
+bool IniStore::Batch::Finish() {
+  return !std::exchange(open_, false) || store_.Close(file_, kind_, /*is_whole=*/true);
+}
 
 }  // namespace vlmr::core

@@ -62,7 +62,9 @@ class IniStore {
   class Batch {
    public:
     Batch(IniStore& store, std::string file, BatchKind kind);
-    ~Batch();  ///< writes what is held; a failure is dropped here, call `Finish` to learn of it
+    /// Writes what is held; a failure is dropped here, call `Finish` to learn of it. A `kAtEnd` batch that an
+    /// exception leaves writes nothing: what it began would be neither the old file nor the new one.
+    ~Batch();
     Batch(const Batch&) = delete;
     Batch& operator=(const Batch&) = delete;
     /// Ends the batch now. False when the file could not be written.
@@ -72,6 +74,7 @@ class IniStore {
     IniStore& store_;
     std::string file_;
     BatchKind kind_;
+    int unwinding_;
     bool open_ = true;
   };
 
@@ -80,17 +83,26 @@ class IniStore {
 
  private:
   struct Entry;
+  /// Paths that differ in ASCII case are one file, so a batch is seen under every spelling.
+  struct PathHash {
+    std::size_t operator()(std::string_view path) const;
+  };
+  struct PathEqual {
+    bool operator()(std::string_view a, std::string_view b) const;
+  };
+  Entry& EntryOf(const std::string& file);
   Entry& Refresh(const std::string& file);
+  void Load(const std::string& file, Entry& entry);
   bool Flush(const std::string& file, Entry& entry);
   template <class MakeChange>
   bool Keep(const std::string& file, Entry& entry, const MakeChange& make_change);
   void Open(const std::string& file, BatchKind kind);
-  bool Close(const std::string& file, BatchKind kind);
+  bool Close(const std::string& file, BatchKind kind, bool is_whole);
 
   platform::FileSystem& files_;
   platform::EventLoop& loop_;
   const platform::Clock& clock_;
-  std::unordered_map<std::string, std::unique_ptr<Entry>> entries_;
+  std::unordered_map<std::string, std::unique_ptr<Entry>, PathHash, PathEqual> entries_;
   platform::EventLoop::TimerId flush_timer_ = 0;
   int periodic_batches_ = 0;
 };

@@ -35,7 +35,9 @@ NameFault CheckComponent(std::string_view component) {
   if (component.size() > kLongestComponent) return NameFault::kTooLong;
   if (component.back() == '.' || component.back() == ' ') return NameFault::kTrailingDotOrBlank;
   if (IsDeviceName(component)) return NameFault::kDeviceName;
-  if (component.find(platform::kTemporaryMark) != std::string_view::npos) return NameFault::kTemporaryMark;
+  // What is left over from a killed run is found by this mark, in any case.
+  const bool marked = ToUpper(component).find(ToUpper(platform::kTemporaryMark)) != std::string::npos;
+  if (marked) return NameFault::kTemporaryMark;
   return NameFault::kNone;
 }
 

@@ -13,7 +13,7 @@ enum class NameFault {
   kLeadingSeparator,    ///< begins with "/" or "\", UNC names included
   kDriveOrStream,       ///< holds ":", a drive letter or an NTFS stream
   kParentFolder,        ///< a ".." component
-  kControlCharacter,    ///< NUL and everything below a blank
+  kControlCharacter,    ///< NUL, everything below a blank, and DEL
   kDeviceName,          ///< CON, NUL, COM1 ... as a component, with or without extension
   kTrailingDotOrBlank,  ///< a component that Windows would spell differently
   kReservedCharacter,   ///< one of < > " | ? *

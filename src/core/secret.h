@@ -11,7 +11,7 @@ namespace vlmr::core {
 /// Enciphers the passwords of the settings file: libsodium's secret box under a key of 32 random bytes that
 /// lies beside the settings in `\VLMR.key`, made on first use and readable by its owner only. The stored form
 /// is a fixed mark and hexadecimal digits, at most 254 characters, so that it survives an INI read; passwords
-/// of up to 80 bytes fit.
+/// of up to 84 bytes fit.
 class SecretCipher {
  public:
   SecretCipher(const AppPaths& paths, platform::FileSystem& files);

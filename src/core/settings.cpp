@@ -1,5 +1,7 @@
 #include "core/settings.h"
 
+#include <utility>
+
 #include "core/number.h"
 #include "core/text.h"
 #include "platform/runtime_error.h"
@@ -72,15 +74,22 @@ std::string Settings::Secret(Setting setting) {
   if (unset) {
     const SecretCipher::Result enciphered = cipher_.Encipher(row.default_text);
     if (enciphered.fault == SecretCipher::Fault::kNone) Set(setting, enciphered.text);
+    ReportFault(setting, "enciphered", enciphered.fault);
     return std::string(row.default_text);
   }
   if (!SecretCipher::IsEnciphered(stored)) return stored;
   const SecretCipher::Result clear = cipher_.Decipher(stored);
-  if (clear.fault != SecretCipher::Fault::kNone && on_secret_fault_) {
-    on_secret_fault_("Settings: the password [" + std::string(row.section) + "] \"" + std::string(row.key) +
-                     "\" cannot be deciphered: " + SecretCipher::Describe(clear.fault));
-  }
+  ReportFault(setting, "deciphered", clear.fault);
   return clear.text;
+}
+
+void Settings::ReportFault(Setting setting, std::string_view what, SecretCipher::Fault fault) {
+  // A password is read for every transfer; one line for each new fault is enough.
+  if (std::exchange(last_fault_[setting], fault) == fault) return;
+  if (fault == SecretCipher::Fault::kNone || !on_secret_fault_) return;
+  const SettingRow& row = RowOf(setting);
+  on_secret_fault_("Settings: the password [" + std::string(row.section) + "] \"" + std::string(row.key) +
+                   "\" cannot be " + std::string(what) + ": " + SecretCipher::Describe(fault));
 }
 
 void Settings::Set(Setting setting, const std::string& value) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <utility>
 
@@ -42,8 +43,9 @@ class Settings {
   /// Stores "1" or "0". Raises nothing.
   void SetSwitch(Setting setting, bool on);
 
-  /// Who is told, in one line for the log, of a password that cannot be deciphered; it reads as empty then,
-  /// and nothing is overwritten.
+  /// Who is told, in one line for the log, of a password that cannot be deciphered (it reads as empty then)
+  /// or of a default that cannot be enciphered (it is used all the same). Nothing is overwritten. The same
+  /// fault of the same setting is told once.
   void OnSecretFault(std::function<void(const std::string&)> report) { on_secret_fault_ = std::move(report); }
 
   /// The file of a setting.
@@ -51,11 +53,13 @@ class Settings {
 
  private:
   std::string ReadViewMonitor();
+  void ReportFault(Setting setting, std::string_view what, SecretCipher::Fault fault);
 
   const AppPaths& paths_;
   IniStore& ini_;
   SecretCipher& cipher_;
   std::function<void(const std::string&)> on_secret_fault_;
+  std::map<Setting, SecretCipher::Fault> last_fault_;
 };
 
 }  // namespace vlmr::core
