@@ -63,7 +63,7 @@ void CurlFtpClient::SetCredentials(const std::string& user, const std::string& p
 FtpResult CurlFtpClient::Connect(const std::string& host) {
   Disconnect();
   try {
-    return Yield(LogIn(host));
+    return GiveWay(LogIn(host));
   } catch (const RuntimeError& error) {
     return {error.Number(), error.Description()};
   }
@@ -84,14 +84,14 @@ FtpResult CurlFtpClient::List(const std::string& folder, std::string& names) {
           " first " + listing_.FirstRefusal());
     }
   }
-  return Yield(std::move(result));
+  return GiveWay(std::move(result));
 }
 
 FtpResult CurlFtpClient::Get(const std::string& name, const std::string& local_file) {
   const std::string refusal = RefusalOfName(name);
   if (!refusal.empty()) return Refused(refusal);
   try {
-    return Yield(Fetch(name, local_file));
+    return GiveWay(Fetch(name, local_file));
   } catch (const RuntimeError& error) {
     return {error.Number(), error.Description()};
   }
@@ -101,7 +101,7 @@ FtpResult CurlFtpClient::Put(const std::string& local_file, const std::string& n
   const std::string refusal = RefusalOfName(name);
   if (!refusal.empty()) return Refused(refusal);
   try {
-    return Yield(Store(local_file, name));
+    return GiveWay(Store(local_file, name));
   } catch (const RuntimeError& error) {
     return {error.Number(), error.Description()};
   }
@@ -207,7 +207,7 @@ CurlFtpExchange::Setup CurlFtpClient::RequestFor(const std::string& name) const 
           .passive = passive_};
 }
 
-FtpResult CurlFtpClient::Yield(FtpResult result) {
+FtpResult CurlFtpClient::GiveWay(FtpResult result) {
   // A close request may have been what ended the transfer; its handler decides.
   loop_.Pump(std::chrono::milliseconds(0));
   return result;

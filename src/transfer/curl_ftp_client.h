@@ -58,7 +58,7 @@ class CurlFtpClient : public FtpClient {
   CurlFtpExchange::Outcome StoreAs(platform::InputFile& local, const std::string& remote,
                                    const std::string& final_name);
   void DeleteRemote(const std::string& name, const CurlFtpExchange::Outcome& failed);
-  FtpResult Yield(FtpResult result);
+  FtpResult GiveWay(FtpResult result);
 
   const core::Runtime& runtime_;
   platform::EventLoop& loop_;
