@@ -124,7 +124,7 @@ def test_an_archive_path_that_leads_outside_is_refused_before_any_request(t):
         run = run_with_index(t, app, root, index_with(root, Path_Combine=path + ",10"))
         run.log.expect(f"StartActiveUpdate: Error to download {path}")
         assert server.take_paths() == ["server.ini"] + ["Pattern/whatsnew.txt"] * 2, path
-        assert app.text("VLMR.ini").startswith(settings), path
+        assert set(settings.splitlines()) <= set(app.text("VLMR.ini").splitlines()), path
 
 
 def test_an_archive_path_from_the_root_stays_inside_the_application_folder(t):
@@ -165,8 +165,8 @@ def test_random_bytes_as_an_index_end_normally(t):
     for _ in range(40):
         data = bytearray(valid * t.random.randint(1, 3))
         for _ in range(t.random.randint(1, 60)):
-            place = t.random.randrange(len(data))
-            if t.random.random() < 0.5:
+            place = t.random.randrange(len(data) or 1)
+            if data and t.random.random() < 0.5:
                 data[place] = t.random.choice(b"\0\r\n[]=,;\"'\\/.\xff" + bytes([t.random.randrange(256)]))
             else:
                 del data[place : place + t.random.randint(1, 40)]

@@ -108,14 +108,14 @@ def test_any_other_number_than_zero_enables_the_session(t):
 def test_files_of_earlier_runs_leave_the_published_folder_and_archives_stay(t):
     app, _ = t.mirror()
     app.run()
-    for name in ("v_098.100", "lpt$vpn.099", "OTHER.ZIP", "other.Zip", "readme"):
+    for name in ("v_098.100", "lpt$vpn.099", "OTHER.ZIP", "another.Zip", "readme"):
         app.put(f"ActiveUpdate/Pattern/{name}", b"x")
     app.put("ActiveUpdate/Pattern/Backup/kept.txt", b"x")
     run = app.run()
     killed = [line.rsplit("\\", 1)[1] for line in run.log.starting("DeleteOldIncrementFiles: Kill => ")]
     assert killed == ["lpt$vpn.099", "readme", "v_098.100", "whatsnew.txt"], killed
     left = set(app.files("ActiveUpdate/Pattern"))
-    assert left == {"OTHER.ZIP", "other.Zip", "vsapi.zip", "Backup/kept.txt"}, left
+    assert left == {"OTHER.ZIP", "another.Zip", "vsapi.zip", "Backup/kept.txt"}, left
 
 
 def test_a_version_is_published_in_its_shortest_form(t):

@@ -56,9 +56,13 @@ class Exchange:
         """Waits; ends early, with False, when the client hangs up or the server is stopped."""
         deadline = time.monotonic() + seconds
         while time.monotonic() < deadline and not self.server.stopping.is_set():
-            readable, _, _ = select.select([self.sock], [], [], min(0.05, max(0.0, deadline - time.monotonic())))
-            if readable and not self.sock.recv(65536):
+            slice_end = min(0.05, max(0.0, deadline - time.monotonic()))
+            readable, _, _ = select.select([self.sock], [], [], slice_end)
+            # Only looked at: what has come may be the next request.
+            if readable and not self.sock.recv(1, socket.MSG_PEEK):
                 return False
+            if readable:
+                self.server.stopping.wait(slice_end)
         return not self.server.stopping.is_set()
 
 

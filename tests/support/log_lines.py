@@ -4,6 +4,7 @@ import difflib
 import re
 
 LINE = re.compile(r"^.+? : \[([^\]]*)\](.*)$", re.DOTALL)
+REPORT_LINE = re.compile(r"(\[[12]\] New Product downloaded .*)?\]?")
 VERSION = r"\d+\.\d+\.\d+"
 
 
@@ -12,12 +13,16 @@ class LogLines(list):
 
     @classmethod
     def parse(cls, data, name):
-        """Parses the bytes of a log; each line must carry the bracket `name` and end in CR LF."""
+        """Parses the bytes of a log; each line must carry the bracket `name` and end in CR LF. Only a product report
+        brings line ends of its own into a message."""
         text = data.decode("latin-1")
         assert text == "" or text.endswith("\r\n"), f"the log does not end with a line end: {text[-80:]!r}"
         messages = cls()
         for line in text.split("\r\n")[:-1]:
             match = LINE.match(line)
+            if not match and messages and REPORT_LINE.fullmatch(line):
+                messages[-1] += "\r\n" + line
+                continue
             assert match and "\n" not in line, f"not a log line: {line!r}"
             assert match[1] == name, f"not the bracket [{name}]: {line!r}"
             messages.append(match[2])

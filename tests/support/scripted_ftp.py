@@ -25,6 +25,7 @@ class Control:
         self.user = ""
         self.passive = None
         self.active = None
+        self.rename_from = None
 
     def reply(self, text):
         self.sock.sendall(text.replace("\n", "\r\n").encode("latin-1") + b"\r\n")
@@ -112,6 +113,19 @@ class Control:
             received = b"".join(iter(lambda: connection.recv(65536), b""))
         self.local(argument).write_bytes(received)
         self.reply("226 got it")
+
+    def do_rnfr(self, argument):
+        self.rename_from = self.local(argument)
+        self.reply("350 to what?" if self.rename_from.is_file() else "550 no such file")
+
+    def do_rnto(self, argument):
+        self.rename_from.replace(self.local(argument))
+        self.reply("250 renamed")
+
+    def do_dele(self, argument):
+        file = self.local(argument)
+        self.reply("250 gone" if file.is_file() else "550 no such file")
+        file.unlink(missing_ok=True)
 
     def do_quit(self, _):
         self.reply("221 bye")
