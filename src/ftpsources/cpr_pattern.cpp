@@ -1,6 +1,6 @@
 #include "ftpsources/cpr_pattern.h"
 
-#include <array>
+#include <compare>
 
 #include "core/number.h"
 #include "core/text.h"
@@ -117,11 +117,11 @@ bool CprPattern::IsNewer(const LatestIni& published) {
   runtime_.Log("GET_CPR_PATTERN: StoredMasterBuild=" + stored_build);
   runtime_.Log("GET_CPR_PATTERN: -------------------------------");
   const auto versions = core::CompareAsText(published.version, stored_version);
-  if (versions > 0) {
+  if (std::is_gt(versions)) {
     runtime_.Log("GET_CPR_PATTERN: Get the latest CPR pattern");
     return true;
   }
-  if (versions == 0 && core::CompareAsText(stored_build, published.build) < 0) {
+  if (std::is_eq(versions) && std::is_lt(core::CompareAsText(stored_build, published.build))) {
     runtime_.Log("GET_CPR_PATTERN: Get the latest CPR pattern for new Build");
     return true;
   }
@@ -142,7 +142,7 @@ std::string CprPattern::FetchVirusList() {
     runtime_.Log("GET_CPR_PATTERN: Unable to get WhatsNew.txt file.. continue processing");
   }
   // What an earlier run left counts when this one got none.
-  const std::string virus_count = virus_list_.ReadVirusListFile(whatsnew);
+  std::string virus_count = virus_list_.ReadVirusListFile(whatsnew);
   runtime_.Log("GET_CPR_PATTERN: Found " + virus_count + " Viruses");
   return virus_count;
 }

@@ -1,7 +1,6 @@
 #include "ftpsources/file_version.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -71,7 +70,7 @@ std::optional<Headers> ReadHeaders(platform::InputFile& file) {
   const std::uint32_t magic = optional.U16(0);
   if (magic != kPe32 && magic != kPe32Plus) return std::nullopt;
   const std::size_t directories = magic == kPe32 ? 96 : 112;
-  constexpr std::uint32_t kResourceDirectory = 2;
+  constexpr std::size_t kResourceDirectory = 2;
   if (optional.U32(directories - 4) <= kResourceDirectory) return std::nullopt;
   Headers headers;
   headers.resources = optional.U32(directories + 8 * kResourceDirectory);

@@ -1,5 +1,6 @@
 #include "ftpsources/intelligent_ftp.h"
 
+#include <compare>
 #include <string_view>
 #include <vector>
 
@@ -53,9 +54,9 @@ void IntelligentFtp::StartIntelligentFTP() {
   const std::string local = held_.PatternStored();
   runtime_.Log("StartIntelligentFTP: Last Pattern version found on FTP folder= " + remote);
   const auto order = core::CompareAsText(remote, local);
-  if (order == 0) {
+  if (std::is_eq(order)) {
     runtime_.Log("StartIntelligentFTP: No new Pattern found..Aborting");
-  } else if (order < 0) {
+  } else if (std::is_lt(order)) {
     Upload(local);
   } else {
     Download(remote);
@@ -131,7 +132,7 @@ std::string IntelligentFtp::GetLastPatternFromList(const std::string& listing) {
                core::IntegerText(static_cast<std::int64_t>(versions.size())) + " Pattern Files");
   std::string last;
   for (const std::string& version : versions) {
-    if (core::CompareAsText(version, last) <= 0) continue;
+    if (std::is_lteq(core::CompareAsText(version, last))) continue;
     last = version;
     runtime_.Log("GetLastPatternFromList: Found " + last + " Pattern version");
   }

@@ -18,11 +18,13 @@ void PatternCleanup::KillPatternServer(const std::string& folder) {
   runtime_.Log("Path to clean:[" + folder + "]");
   const std::string last = held_.PatternStored();
   runtime_.Log("KillPatternServer: Last Pattern [" + last + "]");
+  const std::string below = folder + "\\";
   for (const std::string& name : runtime_.files.List(folder + R"(\lpt$vpn.*)")) {
     if (core::LastCharacters(name, 3) == last) continue;
-    const std::string shown = folder + "\\" + std::string(kStem) + name.substr(kStem.size());
+    std::string shown = below;
+    shown.append(kStem).append(name, kStem.size());
     runtime_.Log("KillPatternServer: Delete [" + shown + "]");
-    trap([&] { runtime_.files.Delete(folder + "\\" + name); });
+    trap([&] { runtime_.files.Delete(below + name); });
   }
 }
 

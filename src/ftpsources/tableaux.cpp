@@ -9,7 +9,7 @@ namespace vlmr::ftpsources {
 
 void SortTableau(std::vector<std::string>& versions) {
   std::sort(versions.begin(), versions.end(),
-            [](const std::string& a, const std::string& b) { return core::CompareAsText(a, b) > 0; });
+            [](const std::string& a, const std::string& b) { return std::is_gt(core::CompareAsText(a, b)); });
 }
 
 }  // namespace vlmr::ftpsources

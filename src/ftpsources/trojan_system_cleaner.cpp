@@ -1,5 +1,6 @@
 #include "ftpsources/trojan_system_cleaner.h"
 
+#include <compare>
 #include <vector>
 
 #include "core/number.h"
@@ -81,7 +82,7 @@ void TscPackage::TrojanSystemCleaner() {
   runtime_.Log("TrojanSystemCleaner: Stored version: [" + stored_version + "]");
   runtime_.Log("TrojanSystemCleaner: Internet version: [" + internet_version + "]");
   runtime_.Log("TrojanSystemCleaner: =======================");
-  if (core::CompareAsText(stored_version, internet_version) >= 0) {
+  if (std::is_gteq(core::CompareAsText(stored_version, internet_version))) {
     runtime_.Log("TrojanSystemCleaner: No New version found stay in [" + stored_version + "]");
     return;
   }
@@ -124,8 +125,9 @@ void TscPackage::Record(const std::string& version) {
 }
 
 void TscPackage::EmptyFolder(const std::string& folder) {
-  for (const std::string& name : runtime_.files.List(folder + R"(\*)")) {
-    trap_([&] { runtime_.files.Delete(folder + "\\" + name); });
+  const std::string below = folder + "\\";
+  for (const std::string& name : runtime_.files.List(below + "*")) {
+    trap_([&] { runtime_.files.Delete(below + name); });
   }
 }
 

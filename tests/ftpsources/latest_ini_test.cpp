@@ -41,7 +41,7 @@ TEST(LatestIni, AMissingFileReadsAsZeroAndZero) {
 
 TEST(LatestIni, SurvivesAnyBytes) {
   test::World world;
-  world.files.Put(kFile, std::string("[LatestPattern]\0=\r[[[PatternVersion=\xff\xfe", 40));
+  world.files.Put(kFile, std::string("[LatestPattern]\0=\r[[[PatternVersion=\xff\xfe", 38));
   EXPECT_EQ(ReadCprVersion(world.ini, world.At(kFile)), "0");
 }
 
