@@ -13,6 +13,9 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kLineEnd = "\r\n";
 /// The scope of section names in the hash table; sections themselves are numbered from 0.
 constexpr std::uint32_t kSectionNames = IniLineTable::kNone;
+/// Up to so many lines, going through a section is quicker than finding a key in the table; an index is made
+/// of thousands of short sections.
+constexpr std::uint32_t kShortSection = 16;
 /// Replaced lines stay in the arena; so many bytes of them, and as many as live ones, are cleared away at
 /// once.
 constexpr std::size_t kWorthCompacting = 65536;
@@ -82,7 +85,6 @@ IniDocument::IniDocument(std::string text) : arena_(std::move(text)), text_size_
   const std::string_view all = arena_;
   const auto line_count = static_cast<std::size_t>(std::count(all.begin(), all.end(), '\n')) + 1;
   lines_.reserve(line_count + line_count / 8);
-  table_.Reserve(line_count);
   PlaceFinder feeds(all, '\n');
   PlaceFinder returns(all, '\r');
   for (std::size_t start = 0; start < all.size();) {
@@ -112,21 +114,41 @@ void IniDocument::ParseLine(std::uint32_t offset, std::uint32_t length) {
   }
   last_ = line;
   const std::string_view content = Content(line);
-  if (content.empty()) return;
+  if (content.empty()) {
+    if (section != kNone) CountLine(section, line);
+    return;
+  }
   if (const auto name = SectionName(content)) {
     // A later section of the same name is a section of its own that nothing finds.
     const bool is_first = FindSection(*name) == kNone;
     lines_.back().section = static_cast<std::uint32_t>(sections_.size());
-    sections_.push_back({line});
+    sections_.push_back({.header = line, .last_filled = line, .lines = 0});
     if (is_first) table_.Add(HashOfName(kSectionNames, *name), line);
     return;
   }
   if (section == kNone) return;
   sections_[section].last_filled = line;
-  const std::string_view key = SplitLine(content).key;
+  CountLine(section, line);
+}
+
+void IniDocument::CountLine(std::uint32_t section, std::uint32_t line) {
+  Section& counted = sections_[section];
+  ++counted.lines;
+  if (counted.lines > kShortSection + 1) {
+    AddToTable(section, line);
+  } else if (counted.lines == kShortSection + 1) {
+    for (std::uint32_t at = lines_[counted.header].next; at != kNone && lines_[at].section == section;
+         at = lines_[at].next) {
+      AddToTable(section, at);
+    }
+  }
+}
+
+void IniDocument::AddToTable(std::uint32_t section, std::uint32_t line) {
+  const std::string_view key = SplitLine(Content(line)).key;
   if (key.empty()) return;
   const std::uint32_t hash = HashOfName(section, key);
-  if (FindKey(section, hash, key) == kNone) table_.Add(hash, line);
+  if (FindInTable(section, hash, key) == kNone) table_.Add(hash, line);
 }
 
 std::uint32_t IniDocument::FindSection(std::string_view name) const {
@@ -137,16 +159,27 @@ std::uint32_t IniDocument::FindSection(std::string_view name) const {
   return line == kNone ? kNone : lines_[line].section;
 }
 
-std::uint32_t IniDocument::FindKey(std::uint32_t section, std::uint32_t hash, std::string_view key) const {
+std::uint32_t IniDocument::FindInTable(std::uint32_t section, std::uint32_t hash,
+                                       std::string_view key) const {
   return table_.Find(hash, [&](std::uint32_t other) {
     return lines_[other].section == section && EqualsIgnoringCase(SplitLine(Content(other)).key, key);
   });
 }
 
+std::uint32_t IniDocument::FindKey(std::uint32_t section, std::string_view key) const {
+  const Section& searched = sections_[section];
+  if (searched.lines > kShortSection) return FindInTable(section, HashOfName(section, key), key);
+  for (std::uint32_t at = lines_[searched.header].next; at != kNone && lines_[at].section == section;
+       at = lines_[at].next) {
+    if (EqualsIgnoringCase(SplitLine(Content(at)).key, key)) return at;
+  }
+  return kNone;
+}
+
 std::uint32_t IniDocument::FindKey(std::string_view section, std::string_view key) const {
   const std::uint32_t found = FindSection(section);
   if (found == kNone || key.empty()) return kNone;
-  return FindKey(found, HashOfName(found, key), key);
+  return FindKey(found, key);
 }
 
 std::string_view IniDocument::Get(std::string_view section, std::string_view key) const {
@@ -175,13 +208,12 @@ bool IniDocument::Set(std::string_view section, std::string_view key, std::strin
       one_line.begin(), one_line.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
   std::uint32_t in = FindSection(section);
   if (in == kNone) in = AddSection(section);
-  const std::uint32_t hash = HashOfName(in, key);
-  const std::uint32_t line = FindKey(in, hash, key);
+  const std::uint32_t line = FindKey(in, key);
   if (line == kNone) {
     EndLine(sections_[in].last_filled);
     const std::uint32_t added = InsertBehind(sections_[in].last_filled, in, {key, "=", one_line});
     sections_[in].last_filled = added;
-    table_.Add(hash, added);
+    CountLine(in, added);
     return true;
   }
   if (RawValue(line) == Trim(one_line)) return false;
@@ -193,14 +225,15 @@ bool IniDocument::Set(std::string_view section, std::string_view key, std::strin
 void IniDocument::AppendBlankLine() {
   if (last_ != kNone) EndLine(last_);
   const std::uint32_t section = sections_.empty() ? kNone : static_cast<std::uint32_t>(sections_.size() - 1);
-  InsertBehind(last_, section, {});
+  const std::uint32_t added = InsertBehind(last_, section, {});
+  if (section != kNone) CountLine(section, added);
 }
 
 std::uint32_t IniDocument::AddSection(std::string_view name) {
   if (last_ != kNone) EndLine(last_);
   const auto section = static_cast<std::uint32_t>(sections_.size());
   const std::uint32_t header = InsertBehind(last_, section, {"[", name, "]"});
-  sections_.push_back({header});
+  sections_.push_back({.header = header, .last_filled = header, .lines = 0});
   table_.Add(HashOfName(kSectionNames, name), header);
   return section;
 }

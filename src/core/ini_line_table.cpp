@@ -2,7 +2,6 @@
 
 #include <sodium.h>
 
-#include <bit>
 #include <cstring>
 
 namespace vlmr::core {
@@ -45,11 +44,6 @@ std::uint32_t HashOfName(std::uint32_t scope, std::string_view name) {
     name.remove_prefix(count);
   }
   return static_cast<std::uint32_t>(hash ^ (hash >> 32));
-}
-
-void IniLineTable::Reserve(std::size_t lines) {
-  const std::size_t wanted = std::bit_ceil(lines + lines / 3 + 8);
-  if (wanted > slots_.size()) Resize(wanted);
 }
 
 void IniLineTable::Add(std::uint32_t hash, std::uint32_t line) {

@@ -16,9 +16,6 @@ class IniLineTable {
  public:
   static constexpr std::uint32_t kNone = 0xFFFFFFFF;
 
-  /// Makes room for so many lines at once.
-  void Reserve(std::size_t lines);
-
   /// The line under `hash` for which `matches(line)` holds, or `kNone`.
   template <class Matches>
   std::uint32_t Find(std::uint32_t hash, const Matches& matches) const {

@@ -140,7 +140,9 @@ IniStore::Entry& IniStore::Refresh(const std::string& file) {
   Entry& entry = EntryOf(file);
   const std::optional<platform::FileStamp> stamp = files_.Stamp(file);
   const bool same = entry.loaded && entry.stamp == stamp;
-  if (same && (entry.settled || clock_.Steady() - entry.stamped < kStampTick)) return entry;
+  // What a batch holds would have to be taken out again before contents can be compared: that look waits.
+  const bool trusted = entry.settled || !entry.held.empty() || clock_.Steady() - entry.stamped < kStampTick;
+  if (same && trusted) return entry;
   if (!same) {
     entry.stamp = stamp;
     entry.stamped = clock_.Steady();

@@ -182,6 +182,28 @@ TEST(IniDocument, KeysAndSectionsThatWereAddedAreFound) {
   EXPECT_EQ(IniDocument(document.Text()).Get("Section0", "Key299"), "299");
 }
 
+TEST(IniDocument, ALongSectionObeysTheRulesOfAShortOne) {
+  for (int lines = 1; lines < 40; ++lines) {
+    std::string text = "[a]\r\nfirst=1\r\n";
+    for (int i = 0; i < lines; ++i) {
+      text += i % 3 == 0 ? "\r\n" : "; comment\r\n";
+    }
+    text += "FIRST=2\r\nlast=3\r\nLast=4\r\n[b]\r\nother=5\r\n";
+    IniDocument document(text);
+    EXPECT_EQ(document.Get("a", "First"), "1") << lines;
+    EXPECT_EQ(document.Get("a", "LAST"), "3") << lines;
+    EXPECT_EQ(document.Get("a", "other"), "") << lines;
+    EXPECT_TRUE(document.Set("a", "new", "6"));
+    EXPECT_TRUE(document.Set("a", "last", "7"));
+    EXPECT_TRUE(document.Set("a", "first", "8"));
+    EXPECT_EQ(document.Get("a", "new"), "6") << lines;
+    EXPECT_EQ(document.Get("a", "last"), "7") << lines;
+    EXPECT_EQ(document.Get("a", "first"), "8") << lines;
+    EXPECT_EQ(document.Get("b", "other"), "5") << lines;
+    EXPECT_EQ(IniDocument(document.Text()).Get("a", "new"), "6") << lines;
+  }
+}
+
 TEST(IniDocument, AKeyIsFoundWhateverTheCaseOfEachOfItsLetters) {
   const std::string letters = "abcdefghijklmnopqrstuvwxyz_0123456789@[`{";
   IniDocument document;
