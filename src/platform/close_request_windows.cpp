@@ -2,17 +2,12 @@
 
 #include <windows.h>
 
-#include <atomic>
+#include <utility>
 
 #include "platform/runtime_error.h"
 
 namespace vlmr::platform {
 namespace {
-
-std::atomic<bool>& Requested() {
-  static std::atomic<bool> requested{false};
-  return requested;
-}
 
 std::function<void()>& LastWords() {
   static std::function<void()> handler;
@@ -21,9 +16,14 @@ std::function<void()>& LastWords() {
 
 }  // namespace
 
-void RequestClose() { Requested() = true; }
-bool CloseIsRequested() { return Requested(); }
-void ClearCloseRequest() { Requested() = false; }
+void* CloseRequestEvent() {
+  static const HANDLE event = CreateEventW(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, nullptr);
+  return event;
+}
+
+void RequestClose() { SetEvent(CloseRequestEvent()); }
+bool CloseIsRequested() { return WaitForSingleObject(CloseRequestEvent(), 0) == WAIT_OBJECT_0; }
+void ClearCloseRequest() { ResetEvent(CloseRequestEvent()); }
 void SetLastWords(std::function<void()> handler) { LastWords() = std::move(handler); }
 
 void EndWithLastWords() {

@@ -7,9 +7,11 @@ namespace vlmr::platform {
 /// The system's wish that this process ends, which can arrive at the window, at the console or at a sign-out.
 /// It belongs to the process as a whole, as a signal does.
 
-/// Notes the wish; the next `Pump` serves it. Safe from any thread.
+/// Notes the wish; the next `Pump` serves it, and one that sleeps wakes. Safe from any thread.
 void RequestClose();
 bool CloseIsRequested();
+/// The event (a Windows handle) that is set while a request waits, so that it ends a sleep.
+void* CloseRequestEvent();
 /// Takes the wish back once it is served.
 void ClearCloseRequest();
 /// What serves it when there is no time for another `Pump`, because Windows ends the sign-on.

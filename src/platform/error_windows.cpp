@@ -12,7 +12,7 @@ bool IsMissing(SystemErrorCode error) { return error == ERROR_FILE_NOT_FOUND; }
 
 bool IsMissingFolder(SystemErrorCode error) {
   return error == ERROR_PATH_NOT_FOUND || error == ERROR_BAD_PATHNAME || error == ERROR_INVALID_NAME ||
-         error == ERROR_BAD_NETPATH || error == ERROR_DIRECTORY;
+         error == ERROR_BAD_NETPATH || error == ERROR_BAD_NET_NAME || error == ERROR_DIRECTORY;
 }
 
 bool IsDenied(SystemErrorCode error) {

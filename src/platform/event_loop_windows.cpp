@@ -27,7 +27,12 @@ class WindowsEventLoop : public EventLoop {
     WSADATA data{};
     WSAStartup(MAKEWORD(2, 2), &data);
   }
-  ~WindowsEventLoop() override { WSACleanup(); }
+  ~WindowsEventLoop() override {
+    SetLastWords(nullptr);
+    SetConsoleCtrlHandler(OnConsoleRequest, FALSE);
+    ClearCloseRequest();
+    WSACleanup();
+  }
   WindowsEventLoop(const WindowsEventLoop&) = delete;
   WindowsEventLoop& operator=(const WindowsEventLoop&) = delete;
 
@@ -118,7 +123,9 @@ class WindowsEventLoop : public EventLoop {
 
   static bool WaitForMessages(milliseconds wait) {
     const DWORD limit = static_cast<DWORD>(std::min<std::int64_t>(wait.count(), 60'000));
-    return MsgWaitForMultipleObjectsEx(0, nullptr, limit, QS_ALLINPUT, MWMO_INPUTAVAILABLE) != WAIT_TIMEOUT;
+    // A request on the console comes on a thread of its own.
+    const HANDLE close = CloseRequestEvent();
+    return MsgWaitForMultipleObjectsEx(1, &close, limit, QS_ALLINPUT, MWMO_INPUTAVAILABLE) != WAIT_TIMEOUT;
   }
 
   /// `select` rather than `WSAPoll`: only its third set tells of a connection that was refused on every

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
+#include "platform/ascii_case.h"
 #include "platform/files_windows.h"
 #include "platform/native.h"
 #include "platform/native_text_windows.h"
+#include "platform/runtime_error.h"
 #include "platform/system_error.h"
 
 namespace vlmr::platform {
@@ -16,21 +18,24 @@ std::int64_t Joined(DWORD high, DWORD low) {
 
 bool IsFolder(DWORD attributes) { return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
 
-/// The system looks names up without regard to case by itself; a find tells how the name stands on disk.
-bool FindEntry(const std::string& path, WIN32_FIND_DATAW& entry) {
-  if (path.empty() || path.back() == '\\' || path.back() == '/' ||
-      path.find_first_of("*?") != std::string::npos) {
-    return false;
-  }
-  const HANDLE find =
-      FindFirstFileExW(LongPath(path).c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, 0);
-  if (find == INVALID_HANDLE_VALUE) return false;
-  FindClose(find);
-  return true;
+bool EndsWithSeparator(std::string_view path) {
+  return !path.empty() && (path.back() == '\\' || path.back() == '/');
 }
 
+bool HasParentComponent(std::string_view path) {
+  for (std::size_t begin = 0; begin <= path.size();) {
+    const std::size_t end = std::min(path.find_first_of("/\\", begin), path.size());
+    if (path.substr(begin, end - begin) == "..") return true;
+    begin = end + 1;
+  }
+  return false;
+}
+
+/// The system looks names up without regard to case by itself.
 class WindowsFileSystem : public FileSystem {
  public:
+  explicit WindowsFileSystem(std::string folder) : folder_(std::move(folder)) {}
+
   std::string FindFile(const std::string& path) const override {
     WIN32_FIND_DATAW entry{};
     return FindEntry(path, entry) && !IsFolder(entry.dwFileAttributes) ? FromWide(entry.cFileName)
@@ -53,27 +58,32 @@ class WindowsFileSystem : public FileSystem {
 
   std::int64_t Length(const std::string& path) const override {
     WIN32_FILE_ATTRIBUTE_DATA data{};
-    if (!GetFileAttributesExW(LongPath(path).c_str(), GetFileExInfoStandard, &data)) {
+    if (!GetFileAttributesExW(Native(path).c_str(), GetFileExInfoStandard, &data)) {
       RaiseSystemError(Attempt::kLength, GetLastError());
     }
-    if (IsFolder(data.dwFileAttributes)) RaiseSystemError(Attempt::kLength, ERROR_FILE_NOT_FOUND);
+    if (IsFolder(data.dwFileAttributes) || EndsWithSeparator(path)) {
+      RaiseSystemError(Attempt::kLength, ERROR_FILE_NOT_FOUND);
+    }
     return Joined(data.nFileSizeHigh, data.nFileSizeLow);
   }
 
+  /// By a handle, because a file that replaced another may carry its creation and write times.
   std::optional<FileStamp> Stamp(const std::string& path) const override {
-    WIN32_FILE_ATTRIBUTE_DATA data{};
-    if (path.empty() || !GetFileAttributesExW(LongPath(path).c_str(), GetFileExInfoStandard, &data) ||
-        IsFolder(data.dwFileAttributes)) {
+    if (path.empty() || EndsWithSeparator(path) || Climbs(path)) return std::nullopt;
+    const Handle file(CreateFileW(LongPath(path).c_str(), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    BY_HANDLE_FILE_INFORMATION data{};
+    FILE_BASIC_INFO times{};
+    if (!file || !GetFileInformationByHandle(file.Get(), &data) || IsFolder(data.dwFileAttributes)) {
       return std::nullopt;
     }
-    // Times count 100 ns. A rename over the file brings another creation time, which stands in for its
-    // identity.
+    GetFileInformationByHandleEx(file.Get(), FileBasicInfo, &times, sizeof times);
+    // Times count 100 ns.
     return FileStamp{
-        .identity = static_cast<std::uint64_t>(
-            Joined(data.ftCreationTime.dwHighDateTime, data.ftCreationTime.dwLowDateTime)),
+        .identity = static_cast<std::uint64_t>(Joined(data.nFileIndexHigh, data.nFileIndexLow)),
         .size = Joined(data.nFileSizeHigh, data.nFileSizeLow),
         .modified = Joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime) * 100,
-        .changed = 0};
+        .changed = times.ChangeTime.QuadPart * 100};
   }
 
   std::string ReadAll(const std::string& path) const override {
@@ -90,7 +100,8 @@ class WindowsFileSystem : public FileSystem {
   }
 
   std::unique_ptr<InputFile> OpenRead(const std::string& path) const override {
-    return OpenInputFile(LongPath(path));
+    if (path.empty()) RaiseSystemError(Attempt::kRead, ERROR_FILE_NOT_FOUND);
+    return OpenInputFile(Native(path));
   }
 
   void Append(const std::string& path, std::string_view bytes, Access /*access*/) override {
@@ -112,44 +123,73 @@ class WindowsFileSystem : public FileSystem {
   }
 
   std::unique_ptr<StagedFile> Stage(const std::string& path, Access access) override {
-    return OpenStagedFile(LongPath(path), access);
+    return OpenStagedFile(Native(path), access);
   }
 
   void Delete(const std::string& path) override {
-    WIN32_FIND_DATAW entry{};
-    if (!FindEntry(path, entry) || IsFolder(entry.dwFileAttributes)) {
-      RaiseSystemError(Attempt::kDelete, ERROR_FILE_NOT_FOUND);
-    }
-    const std::wstring wide = LongPath(path);
+    const std::wstring wide = Native(path);
+    if (FindFile(path).empty()) RaiseSystemError(Attempt::kDelete, ERROR_FILE_NOT_FOUND);
     const DWORD error = RetryWhileInUse([&] { return DeleteFileW(wide.c_str()) != 0; });
     if (error != 0) RaiseSystemError(Attempt::kDelete, error);
   }
 
   bool Move(const std::string& source, const std::string& target) override {
+    if (FindFile(source).empty() || target.empty() || EndsWithSeparator(target) || Climbs(target))
+      return false;
     const std::wstring from = LongPath(source);
     const std::wstring to = LongPath(target);
-    if (FindFile(source).empty()) return false;
+    // The system would call it a success to move a file onto itself, in whatever case.
+    if (GetFileAttributesW(to.c_str()) != INVALID_FILE_ATTRIBUTES) return false;
     return RetryWhileInUse(
                [&] { return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_COPY_ALLOWED) != 0; }) == 0;
   }
 
   void MakeFolder(const std::string& path) override {
-    if (!CreateDirectoryW(LongPath(path).c_str(), nullptr))
+    if (!CreateDirectoryW(Native(path).c_str(), nullptr)) {
       RaiseSystemError(Attempt::kMakeFolder, GetLastError());
+    }
   }
 
   void ForgetNames() override {}
 
  private:
-  static std::vector<std::string> Entries(const std::string& folder, std::string_view pattern, bool folders) {
+  static constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+  /// A component ".." below the application folder.
+  bool Climbs(std::string_view path) const {
+    return SameName(path.substr(0, folder_.size()), folder_) &&
+           HasParentComponent(path.substr(folder_.size()));
+  }
+
+  /// The path as the system's functions take it. Raises 75 for one that climbs.
+  std::wstring Native(const std::string& path) const {
+    if (Climbs(path)) throw RuntimeError(error_number::kPathFileAccess);
+    return LongPath(path);
+  }
+
+  /// A find tells how the name stands on disk.
+  bool FindEntry(const std::string& path, WIN32_FIND_DATAW& entry) const {
+    if (path.empty() || EndsWithSeparator(path) || path.find_first_of("*?") != std::string::npos ||
+        Climbs(path)) {
+      return false;
+    }
+    const HANDLE find =
+        FindFirstFileExW(LongPath(path).c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, 0);
+    if (find == INVALID_HANDLE_VALUE) return false;
+    FindClose(find);
+    return true;
+  }
+
+  std::vector<std::string> Entries(const std::string& folder, std::string_view pattern, bool folders) const {
     std::vector<std::string> names;
+    if (folder.empty() || Climbs(folder)) return names;
     WIN32_FIND_DATAW entry{};
     const HANDLE find = FindFirstFileExW(LongPath(folder + R"(\*)").c_str(), FindExInfoBasic, &entry,
                                          FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
     if (find == INVALID_HANDLE_VALUE) return names;
     do {
       const std::wstring_view wide = entry.cFileName;
-      if (wide == L"." || wide == L".." || IsFolder(entry.dwFileAttributes) != folders ||
+      if (wide.starts_with(L'.') || IsFolder(entry.dwFileAttributes) != folders ||
           (entry.dwFileAttributes & FILE_ATTRIBUTE_HIDDEN) != 0) {
         continue;
       }
@@ -161,13 +201,12 @@ class WindowsFileSystem : public FileSystem {
     return names;
   }
 
-  static Handle OpenAppend(const std::string& path) {
-    const std::wstring wide = LongPath(path);
+  Handle OpenAppend(const std::string& path) const {
+    const std::wstring wide = Native(path);
     HANDLE file = INVALID_HANDLE_VALUE;
     const DWORD error = RetryWhileInUse([&] {
-      file = CreateFileW(wide.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES,
-                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
-                         FILE_ATTRIBUTE_NORMAL, nullptr);
+      file = CreateFileW(wide.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES, kShareAll, nullptr,
+                         OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
       return file != INVALID_HANDLE_VALUE;
     });
     if (error != 0) {
@@ -184,12 +223,14 @@ class WindowsFileSystem : public FileSystem {
       RaiseSystemError(Attempt::kWrite, GetLastError());
     }
   }
+
+  std::string folder_;
 };
 
 }  // namespace
 
-std::unique_ptr<FileSystem> MakeFileSystem(const std::string& /*folder*/) {
-  return std::make_unique<WindowsFileSystem>();
+std::unique_ptr<FileSystem> MakeFileSystem(const std::string& folder) {
+  return std::make_unique<WindowsFileSystem>(folder);
 }
 
 }  // namespace vlmr::platform

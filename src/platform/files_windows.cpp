@@ -1,6 +1,10 @@
 #include "platform/files_windows.h"
 
+#include <aclapi.h>
+
 #include <algorithm>
+#include <cstring>
+#include <vector>
 
 #include "platform/native_text_windows.h"
 #include "platform/system_error.h"
@@ -29,6 +33,40 @@ std::int64_t LengthOf(HANDLE file) {
   LARGE_INTEGER size{};
   GetFileSizeEx(file, &size);
   return size.QuadPart;
+}
+
+/// Puts one file into the place of another, in one step and although somebody reads the old one. Falls back
+/// to the older call, which a reader holds up, where the system or the volume does not know this one.
+bool RenameOver(const std::wstring& from, const std::wstring& to) {
+  // FILE_RENAME_INFO with flags, class FileRenameInfoEx of Windows 10; the cross compiler's headers lack
+  // both.
+  struct RenameInfo {
+    DWORD flags;
+    HANDLE root;
+    DWORD name_bytes;
+    WCHAR name[1];
+  };
+  constexpr auto kFileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
+  constexpr DWORD kReplaceIfExists = 1;
+  constexpr DWORD kPosixSemantics = 2;
+  Handle file(CreateFileW(from.c_str(), DELETE | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (file) {
+    const std::size_t name_bytes = to.size() * sizeof(wchar_t);
+    std::vector<std::byte> buffer(sizeof(RenameInfo) + name_bytes);
+    const RenameInfo info{.flags = kReplaceIfExists | kPosixSemantics,
+                          .root = nullptr,
+                          .name_bytes = static_cast<DWORD>(name_bytes),
+                          .name = {}};
+    std::memcpy(buffer.data(), &info, sizeof info);
+    std::memcpy(buffer.data() + offsetof(RenameInfo, name), to.c_str(), name_bytes + sizeof(wchar_t));
+    if (SetFileInformationByHandle(file.Get(), kFileRenameInfoEx, buffer.data(),
+                                   static_cast<DWORD>(buffer.size()))) {
+      return true;
+    }
+  }
+  file.Close();
+  return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
 }
 
 class WindowsInputFile : public InputFile {
@@ -79,9 +117,10 @@ class WindowsStagedFile : public StagedFile {
   std::int64_t Length() const override { return length_; }
 
   void Commit() override {
+    const std::wstring target = AsItStands(target_);
+    KeepRights(target);
     file_.Close();
-    const DWORD error = RetryWhileInUse(
-        [&] { return MoveFileExW(temporary_.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING) != 0; });
+    const DWORD error = RetryWhileInUse([&] { return RenameOver(temporary_, target); });
     if (error != 0) {
       // The handle is gone; the destructor removes the temporary file.
       RaiseSystemError(Attempt::kWrite, error);
@@ -90,6 +129,37 @@ class WindowsStagedFile : public StagedFile {
   }
 
  private:
+  /// The path with its last component spelled as it is on disk, where there is such a file: a replaced file
+  /// keeps its name.
+  static std::wstring AsItStands(const std::wstring& path) {
+    WIN32_FIND_DATAW entry{};
+    const HANDLE find =
+        FindFirstFileExW(path.c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, 0);
+    if (find == INVALID_HANDLE_VALUE) return path;
+    FindClose(find);
+    return path.substr(0, path.find_last_of(L'\\') + 1) + entry.cFileName;
+  }
+
+  /// A replaced file keeps the rights that an administrator gave it. Rights that only come from the folder
+  /// are on the new file already.
+  void KeepRights(const std::wstring& target) const {
+    PACL rights = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    if (GetNamedSecurityInfoW(target.c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
+                              &rights, nullptr, &descriptor) != ERROR_SUCCESS) {
+      return;
+    }
+    SECURITY_DESCRIPTOR_CONTROL control = 0;
+    DWORD revision = 0;
+    if (GetSecurityDescriptorControl(descriptor, &control, &revision) && (control & SE_DACL_PROTECTED) != 0) {
+      std::wstring temporary = temporary_;
+      SetNamedSecurityInfoW(temporary.data(), SE_FILE_OBJECT,
+                            DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr, nullptr,
+                            rights, nullptr);
+    }
+    LocalFree(descriptor);
+  }
+
   Handle file_;
   std::wstring temporary_;
   std::wstring target_;

@@ -27,6 +27,10 @@ std::string FromWide(std::wstring_view wide) {
 std::wstring LongPath(std::string_view path) {
   std::wstring wide = ToWide(path);
   std::replace(wide.begin(), wide.end(), L'/', L'\\');
+  // Behind the prefix the system takes every character as it stands, so a doubled separator must go before.
+  const auto root = wide.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(wide.size(), 2));
+  wide.erase(std::unique(root, wide.end(), [](wchar_t a, wchar_t b) { return a == L'\\' && b == L'\\'; }),
+             wide.end());
   if (wide.starts_with(LR"(\\?\)")) return wide;
   if (wide.starts_with(LR"(\\)")) return LR"(\\?\UNC\)" + wide.substr(2);
   if (wide.size() >= 3 && wide[1] == L':' && wide[2] == L'\\') return LR"(\\?\)" + wide;

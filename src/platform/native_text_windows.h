@@ -13,8 +13,8 @@ std::wstring ToWide(std::string_view text);
 /// Characters that the code page lacks become "?", as the ANSI functions would give them.
 std::string FromWide(std::wstring_view wide);
 
-/// A path in the form that knows no limit of 260 characters: "\\?\" in front, "/" turned into "\". A path
-/// that is not absolute is left without the prefix.
+/// A path in the form that knows no limit of 260 characters: "\\?\" in front, "/" turned into "\", doubled
+/// separators made one. A path that is not absolute is left without the prefix.
 std::wstring LongPath(std::string_view path);
 
 }  // namespace vlmr::platform

@@ -41,9 +41,12 @@ class WindowsProcessRunner : public ProcessRunner {
   /// Returns the system's error, 0 on success. Without handles to inherit a child's standard streams lead
   /// nowhere.
   DWORD Launch(const std::string& program, WindowMode window, Handle& process) const {
-    const std::wstring path = ToWide(program);
+    const std::wstring path = LongPath(program);
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) return GetLastError();
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return ERROR_BAD_EXE_FORMAT;
     const std::wstring folder = ToWide(folder_);
-    std::wstring command = L"\"" + path + L"\"";
+    std::wstring command = L"\"" + ToWide(program) + L"\"";
     STARTUPINFOW start{};
     start.cb = sizeof start;
     start.dwFlags = STARTF_USESHOWWINDOW;
