@@ -1,20 +1,12 @@
 #include "support/loopback_server.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/time.h>
-#include <unistd.h>
-
-#include <array>
 #include <random>
 #include <stdexcept>
 #include <utility>
 
 #include "core/number.h"
 #include "core/text.h"
+#include "support/sockets.h"
 
 namespace vlmr::test {
 
@@ -25,51 +17,27 @@ std::pair<int, std::int16_t> Listen() {
   std::random_device device;
   std::uniform_int_distribution<int> any_port(10'000, 32'767);
   for (int attempt = 0; attempt < 200; ++attempt) {
-    const int port = any_port(device);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-        ::listen(socket, 8) == 0) {
-      return {socket, static_cast<std::int16_t>(port)};
-    }
-    ::close(socket);
+    int port = any_port(device);
+    const int socket = TryToListenOnLoopback(port);
+    if (socket >= 0) return {socket, static_cast<std::int16_t>(port)};
   }
   throw std::runtime_error("loopback server: no free port");
-}
-
-void SendAll(int socket, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const auto sent = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (sent <= 0) return;
-    bytes.remove_prefix(static_cast<std::size_t>(sent));
-  }
-}
-
-template <class Value>
-void SetOption(int socket, int level, int option, const Value& value) {
-  ::setsockopt(socket, level, option, &value, sizeof value);
 }
 
 }  // namespace
 
 LoopbackServer::LoopbackServer() {
   std::tie(listener_, port_) = Listen();
-  std::array<int, 2> ends{};
-  if (::pipe(ends.data()) != 0) throw std::runtime_error("loopback server: no pipe");
-  stop_reader_ = ends[0];
-  stop_writer_ = ends[1];
   thread_ = std::thread([this] { Run(); });
 }
 
 LoopbackServer::~LoopbackServer() {
-  ::close(stop_writer_);
+  stopping_ = true;
+  const int last = ConnectToLoopback(port_);  // wakes the thread
   thread_.join();
-  for (const auto& [socket, input] : inputs_) ::close(socket);
-  ::close(stop_reader_);
-  ::close(listener_);
+  for (const auto& [socket, input] : inputs_) CloseSocket(socket);
+  CloseSocket(last);
+  CloseSocket(listener_);
 }
 
 std::string LoopbackServer::Url(std::string_view path) const {
@@ -106,37 +74,36 @@ std::string LoopbackServer::Field(std::string_view name) const {
 
 void LoopbackServer::Run() {
   for (;;) {
-    std::vector<pollfd> polled = {{.fd = stop_reader_, .events = POLLIN, .revents = 0},
-                                  {.fd = listener_, .events = POLLIN, .revents = 0}};
-    for (const auto& [socket, input] : inputs_)
-      polled.push_back({.fd = socket, .events = POLLIN, .revents = 0});
-    if (::poll(polled.data(), polled.size(), -1) < 0) continue;
-    if (polled[0].revents != 0) return;
-    if (polled[1].revents != 0) Accept();
-    for (std::size_t i = 2; i < polled.size(); ++i) {
-      if (polled[i].revents == 0 || Serve(polled[i].fd)) continue;
-      inputs_.erase(polled[i].fd);
-      ::close(polled[i].fd);
+    std::vector<int> sockets = {listener_};
+    for (const auto& [socket, input] : inputs_) sockets.push_back(socket);
+    const std::vector<int> ready = WaitForSockets(sockets);
+    if (stopping_) return;
+    for (const int socket : ready) {
+      if (socket == listener_) {
+        Accept();
+      } else if (!Serve(socket)) {
+        inputs_.erase(socket);
+        CloseSocket(socket);
+      }
     }
   }
 }
 
 void LoopbackServer::Accept() {
-  const int socket = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+  const int socket = AcceptConnection(listener_);
   if (socket < 0) return;
   ++connections_;
-  SetOption(socket, IPPROTO_TCP, TCP_NODELAY, 1);
+  SendPiecesAtOnce(socket);
   // A client that does not read must not hold up the end of a test.
-  SetOption(socket, SOL_SOCKET, SO_SNDTIMEO, timeval{.tv_sec = 5, .tv_usec = 0});
+  LimitSending(socket, std::chrono::seconds(5));
   inputs_[socket];
 }
 
 bool LoopbackServer::Serve(int socket) {
-  std::array<char, 4096> buffer;
-  const auto got = ::recv(socket, buffer.data(), buffer.size(), 0);
-  if (got <= 0) return false;
+  const std::string got = ReceiveSome(socket, 4096);
+  if (got.empty()) return false;
   std::string& input = inputs_[socket];
-  input.append(buffer.data(), static_cast<std::size_t>(got));
+  input += got;
   for (auto end = input.find("\r\n\r\n"); end != std::string::npos; end = input.find("\r\n\r\n")) {
     const std::string head = input.substr(0, end);
     input.erase(0, end + 4);
@@ -156,7 +123,7 @@ bool LoopbackServer::Reply(int socket, const std::string& head) {
     }
   }
   for (const std::string& piece : script.pieces) SendAll(socket, piece);
-  if (script.resets) SetOption(socket, SOL_SOCKET, SO_LINGER, linger{.l_onoff = 1, .l_linger = 0});
+  if (script.resets) ResetAtClose(socket);
   return !script.closes && !script.resets;
 }
 

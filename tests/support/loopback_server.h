@@ -60,8 +60,7 @@ class LoopbackServer {
 
   std::int16_t port_ = 0;
   int listener_ = -1;
-  int stop_reader_ = -1;
-  int stop_writer_ = -1;
+  std::atomic<bool> stopping_ = false;
   std::map<int, std::string> inputs_;  // of the server's thread alone
   std::atomic<int> connections_ = 0;
   mutable std::mutex mutex_;

@@ -1,52 +1,13 @@
 #include "support/scripted_ftp_server.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstdio>
-#include <stdexcept>
 #include <utility>
 
+#include "support/sockets.h"
+
 namespace vlmr::test {
-
-namespace {
-
-sockaddr_in Loopback(int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  return address;
-}
-
-int Listen(int& port) {
-  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = Loopback(0);
-  socklen_t size = sizeof(address);
-  if (socket < 0 || ::bind(socket, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-      ::listen(socket, 8) != 0 || ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-    throw std::runtime_error("scripted FTP server: cannot listen");
-  }
-  port = ntohs(address.sin_port);
-  return socket;
-}
-
-void SendAll(int socket, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const auto sent = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (sent <= 0) return;
-    bytes.remove_prefix(static_cast<std::size_t>(sent));
-  }
-}
-
-}  // namespace
 
 /// One control connection, served from its own thread.
 class ScriptedFtpServer::Connection {
@@ -72,7 +33,7 @@ class ScriptedFtpServer::Connection {
     }
     CloseData();
     server_.Forget(control_);
-    ::close(control_);
+    CloseSocket(control_);
   }
 
  private:
@@ -99,10 +60,9 @@ class ScriptedFtpServer::Connection {
         input_.erase(0, end + 2);
         return true;
       }
-      std::array<char, 4096> buffer;
-      const auto got = ::recv(control_, buffer.data(), buffer.size(), 0);
-      if (got <= 0) return false;
-      input_.append(buffer.data(), static_cast<std::size_t>(got));
+      const std::string got = ReceiveSome(control_, 4096);
+      if (got.empty()) return false;
+      input_ += got;
     }
   }
 
@@ -145,7 +105,7 @@ class ScriptedFtpServer::Connection {
   void OpenPassive(const std::string& verb) {
     CloseData();
     int port = 0;
-    passive_ = Listen(port);
+    passive_ = ListenOnLoopback(port);
     server_.Remember(passive_);
     if (verb == "EPSV") return Reply(verb, "229 go (|||" + std::to_string(port) + "|)");
     Reply(verb, "227 go (127,0,0,1," + std::to_string(port / 256) + "," + std::to_string(port % 256) + ")");
@@ -169,16 +129,12 @@ class ScriptedFtpServer::Connection {
   /// The data connection, or -1 when there is none.
   int Data() {
     if (passive_ >= 0) {
-      const int socket = ::accept(passive_, nullptr, nullptr);
+      const int socket = AcceptConnection(passive_);
       CloseData();
       return socket;
     }
     if (active_port_ == 0) return -1;
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = Loopback(std::exchange(active_port_, 0));
-    if (::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0) return socket;
-    ::close(socket);
-    return -1;
+    return ConnectToLoopback(std::exchange(active_port_, 0));
   }
 
   /// Announces a transfer and opens its connection; -1 when the test scripts none.
@@ -199,7 +155,7 @@ class ScriptedFtpServer::Connection {
       ReadLine(line);  // holds both connections until the client ends its own
     }
     server_.Forget(data);
-    ::close(data);
+    CloseSocket(data);
     done_ = done_ || faults.cut_download < bytes.size();
     if (!done_ && !faults.replies_together) Send({.pieces = {"226 done\r\n"}});
   }
@@ -243,16 +199,15 @@ class ScriptedFtpServer::Connection {
     if (data < 0) return;
     server_.Remember(data);
     std::string bytes;
-    std::array<char, 4096> buffer;
     const std::size_t most = std::min(faults.cut_upload, faults.disk_full_after);
     while (bytes.size() < most) {
-      const auto got = ::recv(data, buffer.data(), buffer.size(), 0);
-      if (got <= 0) break;
-      bytes.append(buffer.data(), static_cast<std::size_t>(got));
+      const std::string got = ReceiveSome(data, 4096);
+      if (got.empty()) break;
+      bytes += got;
     }
     Keep(path, bytes.substr(0, std::min(bytes.size(), most)));
     server_.Forget(data);
-    ::close(data);
+    CloseSocket(data);
     if (bytes.size() >= faults.cut_upload) {
       done_ = true;
     } else {
@@ -292,7 +247,7 @@ class ScriptedFtpServer::Connection {
   void CloseData() {
     if (passive_ >= 0) {
       server_.Forget(passive_);
-      ::close(passive_);
+      CloseSocket(passive_);
     }
     passive_ = -1;
   }
@@ -307,28 +262,28 @@ class ScriptedFtpServer::Connection {
   std::string rename_;
 };
 
-ScriptedFtpServer::ScriptedFtpServer() : listener_(Listen(port_)), acceptor_([this] { Accept(); }) {}
+ScriptedFtpServer::ScriptedFtpServer()
+    : listener_(ListenOnLoopback(port_)), acceptor_([this] { Accept(); }) {}
 
 ScriptedFtpServer::~ScriptedFtpServer() {
   stopping_ = true;
-  ::shutdown(listener_, SHUT_RDWR);
+  WakeSocket(listener_);
   acceptor_.join();
   {
     const std::lock_guard lock(mutex_);
-    for (const int socket : sockets_) ::shutdown(socket, SHUT_RDWR);
+    for (const int socket : sockets_) WakeSocket(socket);
   }
   for (std::thread& thread : threads_) thread.join();
-  ::close(listener_);
+  CloseSocket(listener_);
 }
 
 std::string ScriptedFtpServer::Host() const { return "127.0.0.1:" + std::to_string(port_); }
 
 void ScriptedFtpServer::Accept() {
   for (;;) {
-    const int socket = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    const int socket = AcceptConnection(listener_);
     if (socket < 0) return;
-    const int at_once = 1;
-    ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &at_once, sizeof(at_once));
+    SendPiecesAtOnce(socket);
     ++connections_;
     Remember(socket);
     threads_.emplace_back([this, socket] { Connection(*this, socket).Serve(); });
@@ -338,7 +293,7 @@ void ScriptedFtpServer::Accept() {
 void ScriptedFtpServer::Remember(int socket) {
   const std::lock_guard lock(mutex_);
   sockets_.insert(socket);
-  if (stopping_) ::shutdown(socket, SHUT_RDWR);
+  if (stopping_) WakeSocket(socket);
 }
 
 void ScriptedFtpServer::Forget(int socket) {
