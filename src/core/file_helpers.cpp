@@ -1,6 +1,7 @@
 #include "core/file_helpers.h"
 
 #include <chrono>
+#include <compare>
 #include <memory>
 #include <utility>
 
@@ -81,7 +82,7 @@ std::string FileHelpers::CreateFolderPath(const std::string& path) {
 void SortStrings(int first, int last, std::span<std::string> list, bool descending) {
   const auto at = [&](int index) -> std::string& { return list[static_cast<std::size_t>(index - 1)]; };
   const auto before = [&](const std::string& a, const std::string& b) {
-    return descending ? CompareAsText(a, b) > 0 : CompareAsText(a, b) < 0;
+    return descending ? std::is_gt(CompareAsText(a, b)) : std::is_lt(CompareAsText(a, b));
   };
   while (first < last) {
     int left = first;

@@ -42,9 +42,9 @@ void TestingFolder(const Runtime& runtime, FolderTree tree) {
   for (const TreeFolder& folder : FoldersOf(tree)) {
     const std::string path = runtime.paths / folder.path;
     const std::string found = runtime.files.FindFolder(path);
-    runtime.Log(path + "= " + found, LogLevel::kDetailed);
+    runtime.Log(std::string(path).append("= ").append(found), LogLevel::kDetailed);
     if (found.empty()) {
-      runtime.Log("Create " + path + std::string(folder.created_tail), LogLevel::kDetailed);
+      runtime.Log(std::string("Create ").append(path).append(folder.created_tail), LogLevel::kDetailed);
       runtime.files.MakeFolder(path);
     }
   }

@@ -18,10 +18,15 @@ constexpr std::string_view kOwnTrees[] = {
 /// itself would be.
 constexpr int kDeepest = 520;
 
+std::string Below(const std::string& folder, std::string_view name) {
+  return std::string(folder).append("\\").append(name);
+}
+
 void CleanFolder(const std::string& folder, platform::FileSystem& files) {
   const ErrorTrap silent([](const platform::RuntimeError&) {});
-  for (const std::string& name : files.List(folder + "\\*" + std::string(platform::kTemporaryMark) + "*")) {
-    silent([&] { files.Delete(folder + "\\" + name); });
+  for (const std::string& name :
+       files.List(Below(folder, "*").append(platform::kTemporaryMark).append("*"))) {
+    silent([&] { files.Delete(Below(folder, name)); });
   }
 }
 
@@ -33,7 +38,7 @@ void CleanTree(const std::string& top, platform::FileSystem& files) {
     CleanFolder(folder, files);
     if (depth < kDeepest) {
       for (const std::string& name : files.ListFolders(folder)) {
-        waiting.emplace_back(folder + "\\" + name, depth + 1);
+        waiting.emplace_back(Below(folder, name), depth + 1);
       }
     }
   }

@@ -1,5 +1,7 @@
 #include "core/process_services.h"
 
+#include <compare>
+
 #include "core/error_trap.h"
 #include "core/number.h"
 #include "core/version.h"
@@ -11,7 +13,7 @@ ProcessServices::ProcessServices(const Runtime& runtime, platform::SystemInfo& s
 
 std::string ProcessServices::MyOSVersion() const {
   // Compared as texts on purpose: "10" is below "4", "6" is not.
-  return CompareAsText("4", IntegerText(system_.OsMajorVersion())) >= 0 ? "NT" : "";
+  return std::is_gteq(CompareAsText("4", IntegerText(system_.OsMajorVersion()))) ? "NT" : "";
 }
 
 void ProcessServices::StartImpersonation(const std::string& account, const std::string& password,

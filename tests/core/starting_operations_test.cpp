@@ -36,19 +36,15 @@ struct Fixture {
   Operations operations{world.runtime, services, world.helpers, world.loop, world.processes, watchdog, jobs};
 };
 
-const Lines kEnding = {
-    "StartingOperations: All operations executed, clean old Patterns",
-    R"(<KillPatternServer /app\ActiveUpdate\Pattern>)",
-    R"(<KillPatternServer /app\Pattern>)",
-    R"(Loading: Launch /app\QueueMailer.exe)",
-    "<start QueueMailer.exe>",
-    "StartingOperations: VLMR terminate...",
-    "StartingOperations: Enable Timer for Killing process",
-    "<EndProcess>",
-};
-
+/// The lines given, and those with which every run ends.
 Lines WithEnding(Lines lines) {
-  lines.insert(lines.end(), kEnding.begin(), kEnding.end());
+  for (const char* line : {"StartingOperations: All operations executed, clean old Patterns",
+                           R"(<KillPatternServer /app\ActiveUpdate\Pattern>)",
+                           R"(<KillPatternServer /app\Pattern>)", R"(Loading: Launch /app\QueueMailer.exe)",
+                           "<start QueueMailer.exe>", "StartingOperations: VLMR terminate...",
+                           "StartingOperations: Enable Timer for Killing process", "<EndProcess>"}) {
+    lines.emplace_back(line);
+  }
   return lines;
 }
 
