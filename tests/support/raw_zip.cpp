@@ -43,7 +43,7 @@ std::string RawZip(const std::vector<RawZipEntry>& entries) {
     directory += "PK\x01\x02";
     Put(directory, 20, 2);
     directory += Common(entry);
-    Put(directory, 0, 10);  // comment, disk, attributes
+    directory.append(10, '\0');  // comment, disk, attributes
     Put(directory, bytes.size(), 4);
     directory += entry.name;
     bytes += "PK\x03\x04" + Common(entry) + entry.name + entry.data;
