@@ -28,8 +28,9 @@ std::string ToHex(const std::vector<unsigned char>& bytes) {
   return text;
 }
 
-/// Empty when `text` is not all hexadecimal digits.
+/// Empty when `text` is not all pairs of hexadecimal digits.
 std::vector<unsigned char> FromHex(std::string_view text) {
+  if (text.empty()) return {};
   std::vector<unsigned char> bytes(text.size() / 2);
   std::size_t size = 0;
   const char* end = nullptr;

@@ -28,7 +28,7 @@ std::string Settings::FileOf(Setting setting) const {
 std::string Settings::Text(Setting setting) {
   if (setting == Setting::kViewMonitor) return ReadViewMonitor();
   const SettingRow& row = RowOf(setting);
-  const std::string value = ini_.ReadIniValue(row.section, row.key, FileOf(setting));
+  std::string value = ini_.ReadIniValue(row.section, row.key, FileOf(setting));
   switch (row.kind) {
     case SettingKind::kTextTrimmed: {
       const std::string_view trimmed = TrimBlanks(value);
@@ -69,7 +69,7 @@ bool Settings::IsTrue(Setting setting) { return ToBoolean(Text(setting)); }
 
 std::string Settings::Secret(Setting setting) {
   const SettingRow& row = RowOf(setting);
-  const std::string stored = ini_.ReadIniValue(row.section, row.key, FileOf(setting));
+  std::string stored = ini_.ReadIniValue(row.section, row.key, FileOf(setting));
   const bool unset = setting == Setting::kCprPassword && (stored.empty() || stored == "Password");
   if (unset) {
     const SecretCipher::Result enciphered = cipher_.Encipher(row.default_text);
