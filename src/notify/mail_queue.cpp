@@ -146,7 +146,11 @@ std::string MailQueue::DrawBodyName(const std::string& control_name) const {
   std::string name = names_.GetFileTemp();
   for (int draws = 1; name == control_name || IsInQueue(name + ".tmp"); ++draws) {
     // A queue that nobody empties must not hold a run for ever.
-    name = draws < kMostBodyDraws ? names_.GetFileTemp() : name + "0";
+    if (draws < kMostBodyDraws) {
+      name = names_.GetFileTemp();
+    } else {
+      name += '0';
+    }
   }
   return name;
 }

@@ -1,6 +1,7 @@
 #include "patterns/auxiliary_patterns.h"
 
 #include <array>
+#include <compare>
 
 #include "core/number.h"
 #include "core/text.h"
@@ -60,34 +61,30 @@ bool AuxiliaryPatterns::GetPattern(index::AuxiliaryPattern pattern) {
   const std::string found = is_usable ? runtime_.files.FindFile(published) : "";
   runtime_.Log(prefix + "Tests=" + found);
   // Compared in any case: a version that is no number ends the procedure also when the file is missing.
-  const bool is_older = core::CompareAsSingles(stored, web) < 0;
+  const bool is_older = std::is_lt(core::CompareAsSingles(stored, web));
   if (!found.empty() && !is_older) {
     return false;
   }
-  const std::string staged = is_usable ? FetchFile(prefix, path) : "";
-  runtime_.Log(prefix + "Tests1=" + (staged.empty() ? "" : runtime_.files.FindFile(staged)));
-  if (staged.empty() || runtime_.files.FindFile(staged).empty()) {
+  const std::string staged = runtime_.paths.StagingRoot() + core::ToLocalPath(path);
+  const auto fetch_from = [&](core::Setting source) {
+    const std::string base = runtime_.settings.Text(source);
+    runtime_.Log(prefix + "Try to get " + transfer::JoinUrl(base, path));
+    runtime_.Log(prefix + "Save it in " + staged);
+    return is_usable && fetch_.FetchFrom(base, path, staged) ? runtime_.files.FindFile(staged) : "";
+  };
+  std::string fetched = fetch_from(core::Setting::kActiveUpdateMaster);
+  if (fetched.empty()) {
+    // An index of the second source may name what only that source carries.
+    fetched = fetch_from(core::Setting::kActiveUpdateEps);
+  }
+  runtime_.Log(prefix + "Tests1=" + fetched);
+  if (fetched.empty()) {
     return false;
   }
   fetch_.Publish(staged, published);
   const std::string size = core::IntegerText(runtime_.files.Length(published));
   runtime_.WriteIniValue("PATTERN", key, path + "," + web + "," + size, mirror_index);
   return true;
-}
-
-std::string AuxiliaryPatterns::FetchFile(const std::string& prefix, const std::string& path) {
-  const std::string staged = runtime_.paths.StagingRoot() + core::ToLocalPath(path);
-  // An index of the second source may name what only that source carries.
-  for (const core::Setting source : {core::Setting::kActiveUpdateMaster, core::Setting::kActiveUpdateEps}) {
-    const std::string base = runtime_.settings.Text(source);
-    runtime_.Log(prefix + "Try to get " + transfer::JoinUrl(base, path));
-    runtime_.Log(prefix + "Save it in " + staged);
-    fetch_.FetchFrom(base, path, staged);
-    if (!runtime_.files.FindFile(staged).empty()) {
-      break;
-    }
-  }
-  return staged;
 }
 
 }  // namespace vlmr::patterns

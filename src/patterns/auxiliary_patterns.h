@@ -27,8 +27,6 @@ class AuxiliaryPatterns {
   bool GetPattern(index::AuxiliaryPattern pattern);
 
  private:
-  std::string FetchFile(const std::string& prefix, const std::string& path);
-
   const core::Runtime& runtime_;
   const index::ServiceFetch& fetch_;
 };

@@ -12,11 +12,13 @@ void Housekeeping::DeleteOldIncrementFiles(const std::string& keep) {
   const std::string root = PublishedPatterns(runtime_.paths);
   runtime_.Log("DeleteOldIncrementFiles: ROOT=" + root + "=> exclude pattern=" + keep);
   const core::ErrorTrap quiet([](const platform::RuntimeError&) {});
-  for (const std::string& name : runtime_.files.List(root + R"(\*.*)")) {
+  const std::string folder = root + "\\";
+  for (const std::string& name : runtime_.files.List(folder + "*.*")) {
     const bool is_archive = core::ToUpper(core::LastCharacters(name, 3)) == "ZIP";
     if (!is_archive && name != keep) {
-      runtime_.Log("DeleteOldIncrementFiles: Kill => " + root + "\\" + name);
-      quiet([&] { runtime_.files.Delete(root + "\\" + name); });
+      const std::string path = folder + name;
+      runtime_.Log("DeleteOldIncrementFiles: Kill => " + path);
+      quiet([&] { runtime_.files.Delete(path); });
     }
   }
 }

@@ -1,5 +1,6 @@
 #include "patterns/incremental_build.h"
 
+#include <compare>
 #include <vector>
 
 #include "core/number.h"
@@ -30,7 +31,7 @@ bool IncrementalBuild::PatchVsapI() {
   runtime_.Log("PatchVsapI: MyPattern [old Pattern stored]=" + my_pattern);
   const std::string new_pattern = runtime_.ReadIniValue("PATTERN", "Version", runtime_.paths.FreshIndex());
   runtime_.Log("PatchVsapI: NewPattern [New Pattern downloaded]=" + new_pattern);
-  if (core::CompareAsText(my_pattern, new_pattern) >= 0 ||
+  if (std::is_gteq(core::CompareAsText(my_pattern, new_pattern)) ||
       !IsUsableVersion(runtime_, "PatchVsapI", new_pattern)) {
     return false;
   }
@@ -45,7 +46,8 @@ bool IncrementalBuild::PatchVsapI() {
     runtime_.Log("PatchVsapI: Zip the new pattern file to VSAPI.ZIP");
     is_built = ZipNewPattern(new_pattern);
   }
-  CleanStaging(my_pattern, new_pattern);
+  KillStaged(my_pattern);
+  KillStaged(new_pattern);
   if (!trap_.Test([&] { return runtime_.settings.IsOn(core::Setting::kOfficeScanOnly); })) {
     PublishIncrements();
   }
@@ -62,7 +64,8 @@ std::string IncrementalBuild::FindIncrement(const std::string& my_pattern) {
   for (int n = 1; n <= last; ++n) {
     const std::string version = entries_.Version(n);
     // A number of nothing would be 0, and so equal to the version of a mirror that holds no pattern.
-    if (!version.empty() && trap_.Test([&] { return core::CompareAsSingles(version, my_pattern) == 0; })) {
+    if (!version.empty() &&
+        trap_.Test([&] { return std::is_eq(core::CompareAsSingles(version, my_pattern)); })) {
       increment = entries_.PathAndSize(n);
       runtime_.Log("PatchVsapI: Found Increment=" + increment);
     } else {
@@ -135,15 +138,13 @@ void IncrementalBuild::KillArchive() {
   }
 }
 
-void IncrementalBuild::CleanStaging(const std::string& my_pattern, const std::string& new_pattern) {
-  for (const std::string& version : {my_pattern, new_pattern}) {
-    const std::string path = StagedPatterns(runtime_.paths) + "\\" + PatternName(version);
-    const std::string found = runtime_.files.FindFile(path);
-    runtime_.Log("PatchVsapI:" + path + "=" + found);
-    if (!found.empty()) {
-      runtime_.Log("PatchVsapI: Kill " + path);
-      trap_([&] { runtime_.files.Delete(path); });
-    }
+void IncrementalBuild::KillStaged(const std::string& version) {
+  const std::string path = StagedPatterns(runtime_.paths) + "\\" + PatternName(version);
+  const std::string found = runtime_.files.FindFile(path);
+  runtime_.Log("PatchVsapI:" + path + "=" + found);
+  if (!found.empty()) {
+    runtime_.Log("PatchVsapI: Kill " + path);
+    trap_([&] { runtime_.files.Delete(path); });
   }
 }
 
@@ -152,15 +153,18 @@ void IncrementalBuild::PublishIncrements() {
   std::vector<index::Increment> table;
   trap_([&] { readers_.GetIncrementUrl(table); });
   for (const index::Increment& row : table) {
-    if (!fetch_.IsUsable(row.path)) {
-      continue;
+    if (fetch_.IsUsable(row.path)) {
+      PublishIncrement(core::ToLocalPath(row.path));
     }
-    const std::string staged = runtime_.paths.StagingRoot() + core::ToLocalPath(row.path);
-    const std::string found = runtime_.files.FindFile(staged);
-    runtime_.Log("PatchVsapI: Check if Exist: " + staged + "=" + found);
-    if (!found.empty()) {
-      fetch_.Publish(staged, runtime_.paths.MirrorRoot() + core::ToLocalPath(row.path));
-    }
+  }
+}
+
+void IncrementalBuild::PublishIncrement(const std::string& local_path) {
+  const std::string staged = runtime_.paths.StagingRoot() + local_path;
+  const std::string found = runtime_.files.FindFile(staged);
+  runtime_.Log("PatchVsapI: Check if Exist: " + staged + "=" + found);
+  if (!found.empty()) {
+    fetch_.Publish(staged, runtime_.paths.MirrorRoot() + local_path);
   }
 }
 

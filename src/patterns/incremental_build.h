@@ -33,8 +33,9 @@ class IncrementalBuild {
   bool IsStaged(const std::string& increment);
   bool ZipNewPattern(const std::string& new_pattern);
   void KillArchive();
-  void CleanStaging(const std::string& my_pattern, const std::string& new_pattern);
+  void KillStaged(const std::string& version);
   void PublishIncrements();
+  void PublishIncrement(const std::string& local_path);
 
   const core::Runtime& runtime_;
   const index::IndexReaders& readers_;

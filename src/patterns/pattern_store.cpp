@@ -1,5 +1,7 @@
 #include "patterns/pattern_store.h"
 
+#include <compare>
+
 #include "core/error_trap.h"
 #include "core/number.h"
 #include "core/text.h"
@@ -48,7 +50,7 @@ std::string PatternStore::FindStored() {
       return "0";
     }
   }
-  const std::string highest = HighestOf(ListExtensions());
+  std::string highest = HighestOf(ListExtensions());
   CleanPatternFolder(highest);
   runtime_.Log("PatternStored: Actual pattern version found " + highest);
   runtime_.Log(kBanner);
@@ -80,7 +82,7 @@ std::string PatternStore::HighestOf(const std::vector<std::string>& extensions) 
   for (const std::string& candidate : extensions) {
     runtime_.Log("PatternStored: " + core::SingleText(core::ToSingle(candidate)) +
                  core::SingleText(core::ToSingle(highest)));
-    if (core::CompareAsSingles(candidate, highest) > 0) {
+    if (std::is_gt(core::CompareAsSingles(candidate, highest))) {
       highest = candidate;
     }
   }
@@ -121,7 +123,7 @@ std::string PatternStore::GetLastStoredPatternExtension() {
   std::string greatest;
   for (const std::string& name : runtime_.files.List(WorkingFiles(runtime_))) {
     const std::string extension = ExtensionOf(name);
-    if (core::CompareAsText(extension, greatest) > 0) {
+    if (std::is_gt(core::CompareAsText(extension, greatest))) {
       greatest = extension;
     }
   }

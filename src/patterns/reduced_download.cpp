@@ -1,5 +1,7 @@
 #include "patterns/reduced_download.h"
 
+#include <compare>
+
 #include "core/number.h"
 #include "core/text.h"
 #include "patterns/pattern_paths.h"
@@ -57,7 +59,7 @@ void ReducedDownload::DownloadOnlyFirstPattern() {
   runtime_.Log("DownloadOnlyFirstPattern: Pattern Stored = [" + stored + "]");
   runtime_.Log("DownloadOnlyFirstPattern: Pattern on Web = [" + web + "]");
   runtime_.Log("DownloadOnlyFirstPattern: ======================================");
-  if (core::CompareAsText(stored, web) >= 0) {
+  if (std::is_gteq(core::CompareAsText(stored, web))) {
     runtime_.Log("DownloadOnlyFirstPattern: No new Pattern need.. Aborting");
     return;
   }

@@ -172,5 +172,14 @@ TEST(AuxiliaryPatterns, APathThatLeavesTheTreeIsRefusedOnceBeforeAnyRequest) {
   EXPECT_EQ(world.LogMessages().back(), "GetMPPPattern:Tests1=");
 }
 
+TEST(AuxiliaryPatterns, AnEmptyPathIsLoggedWithAnEmptyTailAndNeverRequested) {
+  PatternWorld world;
+  world.PutFreshIndex({{"P.10", ",2,3"}});
+  EXPECT_FALSE(world.auxiliary.GetMPPPattern());
+  EXPECT_EQ(world.Requests(), Names{});
+  EXPECT_TRUE(world.Logged("GetMPPPattern:Try to get http://main.example/au/"));
+  EXPECT_EQ(world.LogMessages().back(), "GetMPPPattern:Tests1=");
+}
+
 }  // namespace
 }  // namespace vlmr::patterns
