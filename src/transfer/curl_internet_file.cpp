@@ -69,19 +69,18 @@ void CurlInternetFile::OnTimer() {
   StopTimer();
   if (armed_) {
     armed_ = false;
-    if (transfer_.Begin(request_)) {
-      Add();
-    } else {
+    if (!transfer_.Begin(request_)) {
       Deliver();
+      return;
     }
-    return;
+    Add();
   }
   Serve(static_cast<std::intptr_t>(CURL_SOCKET_TIMEOUT), 0);
 }
 
 void CurlInternetFile::Add() {
   added_ = true;
-  // libcurl asks for its timer here, so that it goes on in the next pump.
+  // libcurl asks for its timer here, which lets it go on.
   curl_multi_add_handle(multi_.get(), transfer_.Handle());
 }
 

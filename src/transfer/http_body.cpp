@@ -12,7 +12,7 @@ namespace vlmr::transfer {
 namespace {
 
 // libcurl hands out at most 16 KB at a time; fewer, larger writes take large files faster.
-constexpr std::size_t kGathered = std::size_t{256} << 10;
+constexpr std::size_t kGathered = std::size_t{128} << 10;
 
 }  // namespace
 

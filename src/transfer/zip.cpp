@@ -77,8 +77,9 @@ bool Extract(platform::FileSystem& files, const ZipReader& archive, const ZipEnt
 std::vector<ZipAddition> FindAdditions(const core::ErrorTrap& trap, const platform::FileReader& files,
                                        const std::string& source_folder, const std::string& file_list) {
   std::vector<ZipAddition> additions;
+  const std::string prefix = source_folder + "\\";
   for (const std::string& piece : core::Split(file_list, ',')) {
-    const std::string path = source_folder + "\\" + piece;
+    const std::string path = prefix + piece;
     trap([&] {
       if (files.FindFile(path).empty()) throw RuntimeError(error_number::kFileNotFound);
       additions.push_back({.name = std::string(platform::NameOf(path)), .path = path});

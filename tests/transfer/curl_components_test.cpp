@@ -8,6 +8,7 @@
 
 #include "core/number.h"
 #include "platform/native.h"
+#include "support/environment.h"
 #include "support/loopback_server.h"
 #include "support/test_world.h"
 #include "transfer/curl_http_get.h"
@@ -126,6 +127,14 @@ TEST_P(HttpComponents, AnExistingFileIsReplacedBySuccessAndKeptByFailure) {
   EXPECT_EQ(world.files.ReadAll(local), "old");
   server.Answer({.pieces = {Response("200 OK", "new")}});
   EXPECT_TRUE(Fetch("/").ok);
+  EXPECT_EQ(world.files.ReadAll(local), "new");
+}
+
+TEST_P(HttpComponents, AnExistingFileOfAnotherCaseIsReplacedUnderItsSpelling) {
+  world.files.Put(R"(\TempDownload\SERVER.INI)", "old");
+  server.Answer({.pieces = {Response("200 OK", "new")}});
+  EXPECT_TRUE(Fetch("/").ok);
+  EXPECT_EQ(world.files.Files(), (Lines{R"(\TempDownload\SERVER.INI)"}));
   EXPECT_EQ(world.files.ReadAll(local), "new");
 }
 
@@ -376,17 +385,18 @@ TEST_P(HttpComponents, ProxyModeWithoutAProxyNameTransfersDirectly) {
 }
 
 TEST_P(HttpComponents, TheEnvironmentsProxiesAreIgnored) {
-  for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY"}) ::setenv(name, "http://127.0.0.1:9", 1);
+  for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY"})
+    test::SetVariable(name, "http://127.0.0.1:9");
   server.Answer({.pieces = {Response("200 OK", "")}});
   EXPECT_TRUE(Fetch("/").ok);
-  ::setenv("no_proxy", "*", 1);
+  test::SetVariable("no_proxy", "*");
   HttpRequest request = RequestFor("http://service.example/");
   request.use_proxy = true;
   request.proxy_name = "127.0.0.1";
   request.proxy_port = server.Port();
   server.Answer({.pieces = {Response("200 OK", "")}});
   EXPECT_TRUE(Fetch(request).ok);
-  for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY", "no_proxy"}) ::unsetenv(name);
+  for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY", "no_proxy"}) test::UnsetVariable(name);
 }
 
 TEST_P(HttpComponents, AServerThatIsSilentForAMinuteIsGivenUp) {
