@@ -1,11 +1,13 @@
-// The least serial program that does a product pass once and nothing twice; what VlMr's passes are measured against.
+// The least serial program that does a product pass once and nothing twice; what VlMr's passes are measured
+// against.
 //
 //     yardstick BASE-URL FOLDER LOG-LINES
 //
-// fetches BASE-URL/server.ini over one kept libcurl handle, parses it and FOLDER/ActiveUpdate/server.ini once, asks for each named
-// file with one stat, downloads what is missing or newer beside its place and renames it, writes LOG-LINES log lines in all, each with
-// an open, an append and a close, and writes the mirror's index once. It checks nothing, logs nothing of use and knows no settings:
-// it is a measure, not a mirror.
+// fetches BASE-URL/server.ini over one kept libcurl handle, parses it and FOLDER/ActiveUpdate/server.ini
+// once, asks for each named file with one stat, downloads what is missing or newer beside its place and
+// renames it, writes LOG-LINES log lines in all, each with an open, an append and a close, and writes the
+// mirror's index once. It checks nothing, logs nothing of use and knows no settings: it is a measure, not a
+// mirror.
 #include <curl/curl.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -134,9 +136,11 @@ class Pass {
     for (; logged_ < until; ++logged_) {
       const std::time_t now = std::time(nullptr);
       char line[160];
-      const int size = std::snprintf(line, sizeof line, "%lld : [yardstick]one line of about the usual length, number %ld\r\n",
+      const int size = std::snprintf(line, sizeof line,
+                                     "%lld : [yardstick]one line of about the usual length, number %ld\r\n",
                                      static_cast<long long>(now), logged_);
-      const int file = open((folder_ + "/yardstick.log").c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+      const int file =
+          open((folder_ + "/yardstick.log").c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
       if (file < 0 || write(file, line, static_cast<std::size_t>(size)) != size) std::exit(1);
       close(file);
     }
