@@ -38,9 +38,8 @@ int main(int count, char** arguments) {
       return kUnexpected;
     }
   } catch (const std::exception& error) {
-    // Not even the log could be made.
-    std::fputs(error.what(), stderr);
-    std::fputs("\n", stderr);
+    // Not even the log could be made; whether this can be read is the last thing to know of.
+    static_cast<void>(std::fprintf(stderr, "%s\n", error.what()));
     return kUnexpected;
   }
   return kDone;
