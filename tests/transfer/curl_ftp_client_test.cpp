@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/runtime_error.h"
+#include "support/environment.h"
 #include "support/scripted_ftp_server.h"
 #include "support/test_world.h"
 
@@ -200,11 +201,11 @@ TEST_F(FtpConnecting, WithoutAGatewayTheNextConnectIsDirectAgain) {
 }
 
 TEST_F(FtpConnecting, ProxiesOfTheEnvironmentAreIgnored) {
-  ASSERT_EQ(::setenv("ftp_proxy", "http://127.0.0.1:9", 1), 0);
-  ASSERT_EQ(::setenv("all_proxy", "http://127.0.0.1:9", 1), 0);
+  test::SetVariable("ftp_proxy", "http://127.0.0.1:9");
+  test::SetVariable("all_proxy", "http://127.0.0.1:9");
   EXPECT_TRUE(Connect().Ok());
-  ::unsetenv("ftp_proxy");
-  ::unsetenv("all_proxy");
+  test::UnsetVariable("ftp_proxy");
+  test::UnsetVariable("all_proxy");
 }
 
 using FtpListingOnTheWire = CurlFtpClientTest;
