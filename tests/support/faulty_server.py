@@ -220,6 +220,8 @@ class FaultyServer:
     def __init__(self, root):
         self.root = Path(root)
         self.requests = []
+        self.observer = None
+        """Called with each request before it is answered."""
         self.stopping = threading.Event()
         self._faults = {}
         self._connections = []
@@ -275,6 +277,8 @@ class FaultyServer:
                 if request is None:
                     break
                 self.requests.append(request)
+                if self.observer:
+                    self.observer(request)
                 exchange = Exchange(self, connection, request, self._file(request.path))
                 if not self._next_fault(request.path)(exchange):
                     break

@@ -194,6 +194,8 @@ class ScriptedFtp:
         self.root = Path(root)
         self.log_in = (user, password) if user is not None else None
         self.commands = []
+        self.observer = None
+        """Called with each command before it is answered."""
         self.stopping = threading.Event()
         self._script = {}
         self._connections = []
@@ -245,6 +247,8 @@ class ScriptedFtp:
             for line in connection.makefile("rb"):
                 text = line.decode("latin-1").rstrip("\r\n")
                 self.commands.append(text)
+                if self.observer:
+                    self.observer(text)
                 word, _, argument = text.partition(" ")
                 if self._answer(control, word.upper(), argument) is False:
                     return
