@@ -8,6 +8,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   # GCC 12 takes every joining of texts for an overlapping copy once it is inlined (its fault 105651).
   target_compile_options(vlmr_options INTERFACE -Wno-restrict)
 endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  # Part of -Wconversion here, but not in GCC, by which the sources are kept clean.
+  target_compile_options(vlmr_options INTERFACE -Wno-sign-conversion)
+endif()
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 
 if(VLMR_SANITIZE)
