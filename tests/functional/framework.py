@@ -76,23 +76,23 @@ class Test:
 
     def nginx(self, root, folder="nginx", **options):
         self._known.append(self.folder / folder)
-        return self._keep(Nginx(self.folder / folder, root, **options))
+        return self.keep(Nginx(self.folder / folder, root, **options))
 
     def faulty_server(self, root):
-        return self._keep(FaultyServer(root))
+        return self.keep(FaultyServer(root))
 
     def tinyproxy(self, user=None, password=None, folder="proxy"):
         self._known.append(self.folder / folder)
-        return self._keep(TinyProxy(self.folder / folder, user, password))
+        return self.keep(TinyProxy(self.folder / folder, user, password))
 
     def ftp_daemon(self, kind, root, folder=None, **log_in):
         """A real FTP daemon: `kind` is a class of `ftp_servers`."""
         folder = self.folder / (folder or kind.name)
         self._known.append(folder)
-        return self._keep(kind(folder, root, **log_in))
+        return self.keep(kind(folder, root, **log_in))
 
     def scripted_ftp(self, root, **log_in):
-        return self._keep(ScriptedFtp(root, **log_in))
+        return self.keep(ScriptedFtp(root, **log_in))
 
     def mirror(self, sections=None, **offer):
         """The usual case: a published service behind nginx, and an application folder set up to mirror it."""
@@ -122,7 +122,8 @@ class Test:
 
     # --- the frame ------------------------------------------------------------------------------------------
 
-    def _keep(self, server):
+    def keep(self, server):
+        """Takes a started server; it is stopped at the end of the test."""
         self._servers.append(server)
         return server
 
