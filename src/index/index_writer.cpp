@@ -98,7 +98,10 @@ void IndexWriter::MoveDownloadedFiles() {
   for (const std::string& name : runtime_.files.List(staging + "*.*")) {
     runtime_.Log("CreatingNewPatternServerIni: Copy " + name);
     helpers_.DeplaceFile(staging + name, PatternFile(name));
-    archive_moved = archive_moved || core::EqualsIgnoringCase(name, kArchive);
+    // A move that failed leaves the staged file, and in the mirror what the working folder was made from.
+    if (core::EqualsIgnoringCase(name, kArchive)) {
+      archive_moved = runtime_.files.FindFile(staging + name).empty();
+    }
   }
   if (archive_moved) needs_.RefreshPatternFolder();
 }
