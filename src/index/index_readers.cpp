@@ -54,7 +54,7 @@ std::string IndexReaders::GetIncrementPathForVersion(const std::string& version)
   const double listed = core::ToDouble(MergeCountText(runtime_));
   // A missing "Merge." value would equal the empty version, which nothing applies to.
   if (version.empty()) return {};
-  const int count = static_cast<int>(std::min(std::floor(listed), kMostIncrements));
+  const int count = static_cast<int>(std::clamp(listed, 0.0, kMostIncrements));
   // One look at the file serves the whole loop, which writes no line.
   const IndexValues values(runtime_.ini, index);
   for (int n = 1; n <= count; ++n) {
