@@ -12,8 +12,7 @@
 namespace vlmr::ftpsources {
 
 /// The Trojan System Cleaner: a local copy of the newest package that the vendor publishes on an FTP server,
-/// unpacked in
-/// `\ActiveUpdate\TSC` with the archive beside it as "TSC.zip".
+/// unpacked in `\ActiveUpdate\TSC` with the archive beside it as "TSC.zip".
 class TscPackage {
  public:
   /// All references must outlive this object.
