@@ -33,7 +33,7 @@ EnginesReduce::EnginesReduce(const core::Runtime& runtime, const ServiceFetch& f
 void EnginesReduce::GET_ENGINES_REDUCE() {
   // The Netware row reads and writes the entry of the NT_KD engine; "Path_VSAPI32_NLM" has no part in this
   // set.
-  static const Procedure procedure{
+  static const Procedure kProcedure{
       .name = "GET_ENGINES_REDUCE: ",
       .engines =
           {
@@ -67,11 +67,11 @@ void EnginesReduce::GET_ENGINES_REDUCE() {
                .mail_prefix = "NLM "},
           },
       .error_form = Procedure::ErrorForm::kLoggedAndMailed};
-  Run(procedure);
+  Run(kProcedure);
 }
 
 void EnginesReduce::GET_ENGINES_REDUCE_I386() {
-  static const Procedure procedure{
+  static const Procedure kProcedure{
       .name = "GET_ENGINES_REDUCE_I386: ",
       .engines = {{.key = "Path_VSAPI32_NT_I386",
                    .label = "NT: ",
@@ -79,11 +79,11 @@ void EnginesReduce::GET_ENGINES_REDUCE_I386() {
                    .failure_line = "GET_ENGINES_REDUCE_I386: unable to Get Engines for Scan NT",
                    .not_newer_line = {},
                    .mail_prefix = "NT "}}};
-  Run(procedure);
+  Run(kProcedure);
 }
 
 void EnginesReduce::GET_ENGINES_REDUCE_NTKD() {
-  static const Procedure procedure{
+  static const Procedure kProcedure{
       .name = "GET_ENGINES_REDUCE_NTKD: ",
       .engines = {{.key = "Path_VSAPI32_NT_KD",
                    .label = "NTKD: ",
@@ -91,12 +91,12 @@ void EnginesReduce::GET_ENGINES_REDUCE_NTKD() {
                    .failure_line = "GET_ENGINES_REDUCE_NTKD: unable to Get Engines for Scan NTKD",
                    .not_newer_line = {},
                    .mail_prefix = "NT "}}};
-  Run(procedure);
+  Run(kProcedure);
 }
 
 void EnginesReduce::GET_ENGINES_REDUCE_NW() {
   // The lines of the fetch carry the name of the NTKD procedure: whoever reads these logs expects it.
-  static const Procedure procedure{
+  static const Procedure kProcedure{
       .name = "GET_ENGINES_REDUCE_NW: ",
       .engines = {{.key = "Path_VSAPI32_NLM",
                    .label = "Netware: ",
@@ -104,7 +104,7 @@ void EnginesReduce::GET_ENGINES_REDUCE_NW() {
                    .failure_line = "GET_ENGINES_REDUCE_NTKD: unable to Get Engines for Scan Netware",
                    .not_newer_line = {},
                    .mail_prefix = "NT "}}};
-  Run(procedure);
+  Run(kProcedure);
 }
 
 bool EnginesReduce::IsFreshIndexPresent() const {

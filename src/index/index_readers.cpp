@@ -30,8 +30,8 @@ std::string MergeCountText(const core::Runtime& runtime) {
 }  // namespace
 
 const std::string& AuxiliaryKey(AuxiliaryPattern pattern) {
-  static const std::array<std::string, 4> keys{"P.10", "P.20", "P.40", "P.80"};
-  return keys.at(static_cast<std::size_t>(pattern));
+  static const std::array<std::string, 4> kKeys{"P.10", "P.20", "P.40", "P.80"};
+  return kKeys.at(static_cast<std::size_t>(pattern));
 }
 
 float IndexReaders::VerifLocalPatternVersion(const std::string& file) const {

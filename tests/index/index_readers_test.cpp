@@ -79,8 +79,14 @@ TEST_F(IndexReadersTest, IncrementWithoutAPathIsEmptyAndOneWithoutACommaIsAnInva
 TEST_F(IndexReadersTest, MergeCountOfTwoThousandMillionEndsSoon) {
   Fresh("[PATTERN]\nMergeCount=2000000000\n");
   EXPECT_EQ(readers.GetIncrementPathForVersion("100"), "");
-  Fresh("[PATTERN]\nMergeCount=-5\n");
-  EXPECT_EQ(readers.GetIncrementPathForVersion("100"), "");
+}
+
+TEST_F(IndexReadersTest, NegativeMergeCountFindsNoIncrement) {
+  for (const char* count : {"-5", "-1e300"}) {
+    Fresh("[PATTERN]\nMergeCount=" + std::string(count) +
+          "\nMerge.1=100\nMergePath_VSAPI.1=Pattern/v_100.101,1\n");
+    EXPECT_EQ(readers.GetIncrementPathForVersion("100"), "") << count;
+  }
 }
 
 TEST_F(IndexReadersTest, IncrementTableHoldsPathSizeAndFromVersionOfEachRow) {

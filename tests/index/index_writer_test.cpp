@@ -207,6 +207,14 @@ TEST_F(IndexWriterTest, WorkingFolderIsRefreshedOnlyWhenANewArchiveWasMoved) {
   EXPECT_EQ(needs.refreshes, 1);
 }
 
+TEST_F(IndexWriterTest, ArchiveThatCouldNotBeMovedLeavesTheWorkingFolderAlone) {
+  files.Put(R"(\TempDownload\ActiveUpdate\Pattern\vsapi.zip)", "new archive");
+  files.Fail(test::MemoryFileSystem::Operation::kMove, "vsapi.zip", 70);
+  writer.CreatingNewPatternServerIni();
+  EXPECT_TRUE(Logged("DeplaceFile: lngRetVal=0"));
+  EXPECT_EQ(needs.refreshes, 0);
+}
+
 TEST_F(IndexWriterTest, IndexThatCannotBeWrittenIsLoggedAndTheOldOneStays) {
   Stored("[PATTERN]\r\nVersion=100\r\n");
   PutIncrements();
