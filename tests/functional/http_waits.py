@@ -97,5 +97,20 @@ def test_a_request_to_end_is_obeyed_while_a_download_waits(t):
     assert app.log()[-1] == "Unloading: [0] Terminate"
 
 
+def test_a_request_to_end_in_the_middle_of_a_body_leaves_no_half_file_in_either_component(t):
+    server = t.faulty_server(t.publish())
+    server.fault("Pattern/vsapi.zip", faults.stall(after_bytes=1000))
+    for api in ("1", "0"):
+        app = t.app(f"app{api}")
+        app.write_settings(framework.settings(server.base, {"SERVICE": {"ApiEnable": api}}))
+        child = app.start()
+        wait_until(app.temporary_files, "the body is written beside its target")
+        child.send(15)
+        assert child.wait(10) == 0
+        assert app.log()[-1] == "Unloading: [0] Terminate"
+        assert not app.temporary_files()
+        assert "ActiveUpdate/Pattern/vsapi.zip" not in app.files()
+
+
 if __name__ == "__main__":
     framework.main()
