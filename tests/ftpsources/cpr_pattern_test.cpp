@@ -226,6 +226,17 @@ TEST_F(CprPatternTest, TheListingIsSearchedForTheIndexAsAPartOfANameToo) {
   EXPECT_EQ(world.LogMessages().back(), "GET_CPR_PATTERN: Error connecting 550 => no such file");
 }
 
+TEST_F(CprPatternTest, AFailedIndexEndsItWithoutAMailAndLeavesTheHeldOne) {
+  Hold("1.889 v1");
+  world.files.Put(R"(\CPR_Temp\whatsnew.txt)", "old news");
+  world.files.Fail(test::MemoryFileSystem::Operation::kStage, "latest.ini", 61);
+  Run();
+  EXPECT_EQ(world.LogMessages().back(), "GET_CPR_PATTERN: Error connecting 61 => Disk full");
+  EXPECT_TRUE(world.notifier.mails.empty());
+  EXPECT_EQ(ScratchFiles(), Lines{"whatsnew.txt"});
+  EXPECT_EQ(world.GetIni(kHeld, "LatestPattern", "PatternVersion"), "1.889 v1");
+}
+
 TEST_F(CprPatternTest, AFailedArchiveIsReportedAndTheScratchFolderLeftAsItIs) {
   client.remote.erase("lpt890.zip");
   Run();
