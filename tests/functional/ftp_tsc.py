@@ -5,6 +5,7 @@ import framework  # first: it makes the other modules known
 import service
 from ftp_servers import ProFtpd, VsFtpd
 from log_lines import compare_lines
+from windows_program import compiled_program, windows_program
 
 PREFIX = "TrojanSystemCleaner: "
 
@@ -72,6 +73,30 @@ def test_the_log_of_a_fetch_is_as_described(t):
     assert (app.path / "ActiveUpdate/TSC/TSC.zip").read_bytes() == (folder / "tsc12345.zip").read_bytes()
     assert server.commands[0] == "USER anonymous"
     assert len(app.mails()) == 1
+
+
+def test_the_file_version_of_the_program_stands_in_the_record_and_in_the_mail(t):
+    app, _, folder = scripted(t, ("12345",))
+    programs = {
+        "3.8.0.1024": windows_program((3, 8, 0, 1024)),
+        "65535.0.1.2": windows_program((65535, 0, 1, 2), wide=True),
+        "5.600.0.1": compiled_program(t.folder, (5, 600, 0, 1)),
+        # What is cut behind the headers has none.
+        "": windows_program((3, 8, 0, 1024))[:0x200],
+    }
+    for number, (version, program) in enumerate(programs.items()):
+        if program is None:
+            print("  no cross compiler here: its program is left out")
+            continue
+        package = f"tsc{12345 + number}.zip"
+        (folder / package).write_bytes(service.zip_bytes({"tsc.exe": program, "tsc.ptn": b"12"}))
+        before = len(app.mails())
+        run = app.run()
+        text = f"{version} Pattern {12345 + number}"
+        run.log.expect(f"PrepareMail: Switch=[12] Version=[{text}]")
+        assert state(app, "Build") == version, (version, app.text("TscVLMR.ini"))
+        (_, body), = app.mails()[before:]
+        assert text in body, body
 
 
 def test_a_version_held_is_not_fetched_again(t):
