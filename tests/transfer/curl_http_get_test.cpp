@@ -34,6 +34,22 @@ TEST_F(CurlHttpGetTest, ShowsItsProgressOnTheForm) {
   EXPECT_EQ(world.form.progress.back(), std::make_pair(std::int64_t{50'000}, std::int64_t{50'000}));
 }
 
+TEST_F(CurlHttpGetTest, ALongTransferDoesNotKeepABatchFromTheDisk) {
+  struct SlowForm : test::FakeForm {
+    explicit SlowForm(test::FakeClock& moved) : clock(moved) {}
+    void SetProgress(std::int64_t, std::int64_t) override { clock.Advance(std::chrono::milliseconds(1100)); }
+    test::FakeClock& clock;
+  } form(world.clock);
+  CurlHttpGet slow(world.runtime, world.loop, form);
+  const core::IniStore::Batch batch(world.ini, world.At(R"(\server.ini)"),
+                                    core::IniStore::BatchKind::kEachSecond);
+  world.runtime.WriteIniValue("INFO", "Version", "1.2", world.At(R"(\server.ini)"));
+  ASSERT_FALSE(world.files.Has(R"(\server.ini)"));
+  server.Answer({.pieces = {Response("200 OK", "body")}});
+  EXPECT_TRUE(slow.Get(RequestFor("/a")));
+  EXPECT_EQ(world.files.Text(R"(\server.ini)"), "[INFO]\r\nVersion=1.2\r\n");
+}
+
 TEST_F(CurlHttpGetTest, ARequestToEndTheProcessEndsTheTransferAndIsServed) {
   server.Answer({.pieces = {"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf"}});
   world.loop.OnCloseRequest([] { throw platform::ProcessEnd(); });
