@@ -53,11 +53,16 @@ class WindowsEventLoop : public EventLoop {
     if (ServeClose()) return;
     const auto deadline = steady_clock::now() + max_wait;
     bool served = ServeMessages() | ServeTimers();
-    while (true) {
-      auto wait = served ? milliseconds(0) : WaitUntil(deadline);
-      served |= sockets_.empty() ? WaitForMessages(wait) : WaitForSockets(std::min(wait, kSocketSlice));
+    if (served) {
+      if (!sockets_.empty()) WaitForSockets(milliseconds(0));
+      ServeClose();
+      return;
+    }
+    while (!served) {
+      const auto wait = WaitUntil(deadline);
+      served = sockets_.empty() ? WaitForMessages(wait) : WaitForSockets(std::min(wait, kSocketSlice));
       served |= ServeMessages() | ServeTimers();
-      if (ServeClose() || served || steady_clock::now() >= deadline) return;
+      if (ServeClose() || steady_clock::now() >= deadline) return;
     }
   }
 
