@@ -84,6 +84,11 @@ class FileReader {
   virtual std::vector<std::string> List(const std::string& pattern) const = 0;
   /// The names of the folders directly inside `path`, in the same order; empty when it is missing.
   virtual std::vector<std::string> ListFolders(const std::string& path) const = 0;
+  /// The paths of all files inside `folder`, at any depth, whose names contain `mark`, names that begin with a
+  /// dot among them. `folder` itself may be a link; links inside it are not followed, so the walk ends and
+  /// stays below it. Each folder is read once, and the list is complete: the caller may delete what it names.
+  /// In no particular order; empty when the folder is missing.
+  virtual std::vector<std::string> FindMarked(const std::string& folder, std::string_view mark) const = 0;
   /// Length in bytes. Raises 53 when the file or its folder is absent.
   virtual std::int64_t Length(const std::string& path) const = 0;
   /// What `stat` tells, or nothing when the file is absent. One system call for a path that is spelled
@@ -123,7 +128,7 @@ class FileSystem : public FileReader {
   /// Makes one folder. Raises 75 (a file or folder of that name, no right) or 76 (parent absent).
   virtual void MakeFolder(const std::string& path) = 0;
   /// Makes every missing folder of `path`. Raises as `MakeFolder`.
-  void MakeFolders(const std::string& path);
+  virtual void MakeFolders(const std::string& path);
   /// Forgets whatever is remembered of folder contents, because another program may have changed them.
   virtual void ForgetNames() = 0;
 };

@@ -10,10 +10,11 @@
 #include <cstdio>
 #include <utility>
 
-#include "platform/system_error.h"
+#include "platform/folder_walk_posix.h"
 #include "platform/native.h"
 #include "platform/runtime_error.h"
 #include "platform/staged_file_posix.h"
+#include "platform/system_error.h"
 
 namespace vlmr::platform {
 namespace {
@@ -109,6 +110,15 @@ std::vector<std::string> PosixFileSystem::ListFolders(const std::string& path) c
   return ListEntries(path, /*folders=*/true, "*");
 }
 
+std::vector<std::string> PosixFileSystem::FindMarked(const std::string& folder, std::string_view mark) const {
+  RealPath real = resolver_.Parse(folder);
+  struct stat found = {};
+  if (folder.empty() || resolver_.Stat(real, found) != 0) return {};
+  std::vector<std::string> paths = WalkForMarked(real.Base(), real.Text(), mark);
+  for (std::string& path : paths) path.insert(0, folder);
+  return paths;
+}
+
 std::int64_t PosixFileSystem::Length(const std::string& path) const {
   RealPath real = resolver_.Parse(path);
   struct stat found = {};
@@ -200,8 +210,8 @@ void PosixFileSystem::AppendLimited(const std::string& path, std::string_view by
                                     Access access) {
   RealPath real = resolver_.Parse(path);
   Descriptor file = OpenForAppending(real, access);
-  struct stat found = {};
-  if (::fstat(file.Get(), &found) == 0 && static_cast<double>(found.st_size) > limit) {
+  // Asking for the end is cheaper than for everything about the file.
+  if (static_cast<double>(::lseek(file.Get(), 0, SEEK_END)) > limit) {
     file = Descriptor();
     if (const int error = DeleteEntry(real)) RaiseSystemError(Attempt::kWrite, error);
     file = OpenForAppending(real, access);
@@ -261,11 +271,18 @@ void PosixFileSystem::MakeFolder(const std::string& path) {
   struct stat found = {};
   int error = resolver_.Stat(real, found);
   if (error == 0) error = EEXIST;
-  if (error == ENOENT && !real.Name().empty()) {
-    NameIndex::Change change = resolver_.Changing(real);
-    error = ::mkdirat(real.Base(), real.Text(), 0777) == 0 ? 0 : errno;
-    if (error == 0) change.Made(real.Name());
-  }
+  // Its own folder is there in this case.
+  if (error == ENOENT && !real.Name().empty()) error = resolver_.MakeMissingFolders(real);
+  if (error != 0) RaiseSystemError(Attempt::kMakeFolder, error);
+}
+
+void PosixFileSystem::MakeFolders(const std::string& path) {
+  RealPath real = resolver_.Parse(path);
+  struct stat found = {};
+  if (path.empty()) return;
+  int error = resolver_.Stat(real, found);
+  if (error == 0 && !S_ISDIR(found.st_mode)) error = EEXIST;
+  if (error == ENOENT || error == ENOTDIR) error = resolver_.MakeMissingFolders(real);
   if (error != 0) RaiseSystemError(Attempt::kMakeFolder, error);
 }
 

@@ -24,6 +24,7 @@ class PosixFileSystem : public FileSystem {
   std::string FindFolder(const std::string& path) const override;
   std::vector<std::string> List(const std::string& pattern) const override;
   std::vector<std::string> ListFolders(const std::string& path) const override;
+  std::vector<std::string> FindMarked(const std::string& folder, std::string_view mark) const override;
   std::int64_t Length(const std::string& path) const override;
   std::optional<FileStamp> Stamp(const std::string& path) const override;
   std::string ReadAll(const std::string& path) const override;
@@ -34,6 +35,7 @@ class PosixFileSystem : public FileSystem {
   void Delete(const std::string& path) override;
   bool Move(const std::string& source, const std::string& target) override;
   void MakeFolder(const std::string& path) override;
+  void MakeFolders(const std::string& path) override;
   void ForgetNames() override { resolver_.Names().Forget(); }
 
   /// How many folders have been read for the sake of look-ups, for tests of the cost.

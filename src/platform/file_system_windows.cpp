@@ -56,6 +56,27 @@ class WindowsFileSystem : public FileSystem {
     return Entries(path, "*", /*folders=*/true);
   }
 
+  std::vector<std::string> FindMarked(const std::string& folder, std::string_view mark) const override {
+    std::vector<std::string> found;
+    std::vector<std::string> waiting = {folder};
+    while (!waiting.empty()) {
+      const std::string inside = std::move(waiting.back()) + "\\";
+      waiting.pop_back();
+      ForEachEntry(inside, [&](const WIN32_FIND_DATAW& entry) {
+        const std::wstring_view wide = entry.cFileName;
+        if (wide == L"." || wide == L"..") return;
+        std::string path = inside + FromWide(wide);
+        const bool link = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+        if (IsFolder(entry.dwFileAttributes)) {
+          if (!link) waiting.push_back(std::move(path));
+        } else if (NameOf(path).find(mark) != std::string_view::npos) {
+          found.push_back(std::move(path));
+        }
+      });
+    }
+    return found;
+  }
+
   std::int64_t Length(const std::string& path) const override {
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!GetFileAttributesExW(Native(path).c_str(), GetFileExInfoStandard, &data)) {
@@ -180,23 +201,31 @@ class WindowsFileSystem : public FileSystem {
     return true;
   }
 
+  /// Every entry of a folder, given with a backslash at its end.
+  template <class Visitor>
+  void ForEachEntry(const std::string& folder, const Visitor& visit) const {
+    if (folder == "\\" || Climbs(folder)) return;
+    WIN32_FIND_DATAW entry{};
+    const HANDLE find = FindFirstFileExW(LongPath(folder + "*").c_str(), FindExInfoBasic, &entry,
+                                         FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
+    if (find == INVALID_HANDLE_VALUE) return;
+    do {
+      visit(entry);
+    } while (FindNextFileW(find, &entry));
+    FindClose(find);
+  }
+
   std::vector<std::string> Entries(const std::string& folder, std::string_view pattern, bool folders) const {
     std::vector<std::string> names;
-    if (folder.empty() || Climbs(folder)) return names;
-    WIN32_FIND_DATAW entry{};
-    const HANDLE find = FindFirstFileExW(LongPath(folder + R"(\*)").c_str(), FindExInfoBasic, &entry,
-                                         FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
-    if (find == INVALID_HANDLE_VALUE) return names;
-    do {
+    ForEachEntry(folder + "\\", [&](const WIN32_FIND_DATAW& entry) {
       const std::wstring_view wide = entry.cFileName;
       if (wide.starts_with(L'.') || IsFolder(entry.dwFileAttributes) != folders ||
           (entry.dwFileAttributes & FILE_ATTRIBUTE_HIDDEN) != 0) {
-        continue;
+        return;
       }
       std::string name = FromWide(wide);
       if (MatchesWildcard(name, pattern)) names.push_back(std::move(name));
-    } while (FindNextFileW(find, &entry));
-    FindClose(find);
+    });
     std::sort(names.begin(), names.end(), ListsBefore);
     return names;
   }

@@ -3,8 +3,11 @@
 #include <dirent.h>
 #include <fcntl.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <ctime>
 #include <memory>
+#include <vector>
 
 #include "platform/ascii_case.h"
 #include "platform/descriptor_posix.h"
@@ -47,15 +50,13 @@ bool NameIndex::Folder::Matches(const struct stat& now) const {
 
 std::optional<std::string_view> NameIndex::Find(std::string_view folder, const struct stat& now,
                                                 std::string_view name) {
-  auto known = folders_.find(folder);
-  if (known == folders_.end()) known = folders_.emplace(folder, Folder()).first;
-  Folder& contents = known->second;
+  Folder& contents = Remember(folder);
   if (!contents.settled || !contents.Matches(now)) {
     // Our own change does not make a folder young: files made one after the other would have it read each
     // time.
     const bool ours = contents.ours && contents.Matches(now);
-    if (!Read(known->first, contents)) {
-      folders_.erase(known);
+    if (!Read(std::string(folder), contents)) {
+      folders_.erase(folders_.find(folder));
       return std::nullopt;
     }
     contents.settled = contents.settled || ours;
@@ -68,6 +69,36 @@ std::optional<std::string_view> NameIndex::Find(std::string_view folder, const s
     if (!found || *at < *found) found = *at;
   }
   return found;
+}
+
+NameIndex::Folder& NameIndex::Remember(std::string_view folder) {
+  auto known = folders_.find(folder);
+  if (known == folders_.end()) {
+    if (folders_.size() >= kMostFolders) ForgetLongUnused();
+    known = folders_.emplace(folder, Folder()).first;
+  }
+  known->second.used = ++uses_;
+  return known->second;
+}
+
+void NameIndex::ForgetLongUnused() {
+  std::vector<std::uint64_t> uses;
+  for (const auto& [path, folder] : folders_) uses.push_back(folder.used);
+  const auto middle = uses.begin() + static_cast<std::ptrdiff_t>(uses.size() / 2);
+  std::nth_element(uses.begin(), middle, uses.end());
+  std::erase_if(folders_, [&](const auto& entry) { return entry.second.used < *middle; });
+}
+
+void NameIndex::AddEmpty(std::string_view folder) {
+  struct stat now = {};
+  if (!StatFolder(folder, now)) return;
+  Folder& contents = Remember(folder);
+  contents.names.clear();
+  contents.device = now.st_dev;
+  contents.inode = now.st_ino;
+  contents.modified = now.st_mtim;
+  contents.settled = true;
+  contents.ours = true;
 }
 
 bool NameIndex::Read(const std::string& path, Folder& folder) {
@@ -95,6 +126,11 @@ bool NameIndex::StatFolder(std::string_view folder, struct stat& now) const {
   return ::fstatat(root_, path.c_str(), &now, 0) == 0;
 }
 
+NameIndex::Folder* NameIndex::Known(std::string_view folder) {
+  const auto known = folders_.find(folder);
+  return known == folders_.end() ? nullptr : &known->second;
+}
+
 NameIndex::Folder* NameIndex::Believed(std::string_view folder) {
   const auto known = folders_.find(folder);
   if (known == folders_.end()) return nullptr;
@@ -104,8 +140,8 @@ NameIndex::Folder* NameIndex::Believed(std::string_view folder) {
   return nullptr;
 }
 
-NameIndex::Change::Change(NameIndex& index, std::string_view folder)
-    : index_(index), path_(folder), folder_(index.Believed(folder)) {}
+NameIndex::Change::Change(NameIndex& index, std::string_view folder, bool compared)
+    : index_(index), path_(folder), folder_(compared ? index.Known(folder) : index.Believed(folder)) {}
 
 NameIndex::Change::~Change() {
   if (folder_ == nullptr || !changed_) return;

@@ -32,6 +32,9 @@ class NameIndex {
   std::optional<std::string_view> Find(std::string_view folder, const struct stat& now,
                                        std::string_view name);
 
+  /// Remembers a folder that we have made ourselves a moment ago: it holds nothing and need not be read.
+  void AddEmpty(std::string_view folder);
+
   /// Forgets everything.
   void Forget() { folders_.clear(); }
   /// How many folders have been read so far, for tests of the cost.
@@ -59,19 +62,28 @@ class NameIndex {
     dev_t device = 0;
     ino_t inode = 0;
     timespec modified = {};
-    bool settled = false;  ///< modified before the tick in which it was read
-    bool ours = false;     ///< the last modification was our own
+    bool settled = false;    ///< modified before the tick in which it was read
+    bool ours = false;       ///< the last modification was our own
+    std::uint64_t used = 0;  ///< the count of uses when it was used last
     std::unordered_multiset<std::string, FoldedHash, FoldedEqual> names;
 
     bool Matches(const struct stat& now) const;
   };
 
+  /// So many folders are remembered; then the half that was used least lately is forgotten. A run goes
+  /// through tens of thousands of folders that it never comes back to.
+  static constexpr std::size_t kMostFolders = 256;
+
+  Folder& Remember(std::string_view folder);
+  void ForgetLongUnused();
   bool Read(const std::string& path, Folder& folder);
+  Folder* Known(std::string_view folder);
   Folder* Believed(std::string_view folder);
   bool StatFolder(std::string_view folder, struct stat& now) const;
 
   int root_;
   std::uint64_t scans_ = 0;
+  std::uint64_t uses_ = 0;
   std::unordered_map<std::string, Folder, Hash, std::equal_to<>> folders_;
 };
 
@@ -79,7 +91,8 @@ class NameIndex {
 /// What another program did before it is noticed and makes the folder be read again.
 class NameIndex::Change {
  public:
-  Change(NameIndex& index, std::string_view folder);
+  /// `compared`: what is remembered of the folder was compared with the disk for the same operation.
+  Change(NameIndex& index, std::string_view folder, bool compared = false);
   Change(const Change&) = delete;
   Change& operator=(const Change&) = delete;
   /// Takes the folder's new modification time when something was changed.

@@ -82,6 +82,7 @@ int PathResolver::Locate(RealPath& path, std::size_t end, struct stat& found) {
   struct stat folder = {};
   if (const int error = Locate(path, folder_end, folder)) return error == ENOENT ? ENOTDIR : error;
   if (!S_ISDIR(folder.st_mode)) return ENOTDIR;
+  path.there_ = folder_end;
   if (!path.IsBelow()) return ENOENT;
   const std::optional<std::string_view> name =
       names_.Find(walked.substr(0, folder_end), folder, walked.substr(name_start));
@@ -89,6 +90,29 @@ int PathResolver::Locate(RealPath& path, std::size_t end, struct stat& found) {
   // Names that differ in ASCII case alone are equally long.
   std::memcpy(path.text_ + name_start, name->data(), name->size());
   return StatPrefix(path.base_, path.text_, end, found);
+}
+
+int PathResolver::MakeMissingFolders(RealPath& path) {
+  const std::string_view text(path.text_, path.length_);
+  // Nothing is there when a file stands where a folder should be; making that one says so.
+  std::size_t parent_end = path.there_ == RealPath::kUnknown ? 0 : path.there_;
+  while (parent_end < path.length_) {
+    const std::size_t name_start = text[parent_end] == '/' ? parent_end + 1 : parent_end;
+    const std::size_t end = std::min(text.find('/', name_start), path.length_);
+    const char behind = path.text_[end];
+    path.text_[end] = '\0';
+    {
+      const std::string_view parent = path.IsBelow() ? text.substr(0, parent_end) : NameIndex::kOutside;
+      NameIndex::Change change(names_, parent, path.there_ == parent_end);
+      const int error = ::mkdirat(path.base_, path.text_, 0777) == 0 ? 0 : errno;
+      path.text_[end] = behind;
+      if (error != 0) return error;
+      change.Made(text.substr(name_start, end - name_start));
+    }
+    if (path.IsBelow()) names_.AddEmpty(text.substr(0, end));
+    path.there_ = parent_end = end;
+  }
+  return 0;
 }
 
 }  // namespace vlmr::platform

@@ -33,6 +33,7 @@ class RealPath {
 
  private:
   friend class PathResolver;
+  static constexpr std::size_t kUnknown = static_cast<std::size_t>(-1);
   RealPath(int base, std::string_view text);
 
   int base_;
@@ -40,6 +41,9 @@ class RealPath {
   bool ends_in_separator_ = false;
   std::size_t length_ = 0;
   std::size_t name_start_ = 0;
+  /// How much of the text names the deepest folder that is there, once a look-up has had to find out. What is
+  /// remembered of that folder was compared with the disk then, so one operation need not do so again.
+  std::size_t there_ = kUnknown;
   char text_[PATH_MAX];
 };
 
@@ -58,7 +62,8 @@ class PathResolver {
   NameIndex& Names() { return names_; }
   /// Stands around a change that we make in the folder of `path`.
   NameIndex::Change Changing(const RealPath& path) {
-    return {names_, path.IsBelow() ? path.Folder() : NameIndex::kOutside};
+    return {names_, path.IsBelow() ? path.Folder() : NameIndex::kOutside,
+            path.there_ == path.Folder().size()};
   }
 
   /// Takes a text apart. No look-up yet.
@@ -68,6 +73,10 @@ class PathResolver {
   /// its folder is there, and spelled right in `path` from now on), `ENOTDIR` (the folder is missing) or
   /// another `errno` value.
   int Stat(RealPath& path, struct stat& found);
+
+  /// Makes every folder of `path` that is missing. REQUIRES: `Stat` has just found it missing. Returns 0 or
+  /// an `errno` value.
+  int MakeMissingFolders(RealPath& path);
 
   /// Makes a system call (a function that returns 0 or an `errno` value) on a path that should exist: as it
   /// is written at first, and once more with its spelling put right when that finds nothing. Returns as

@@ -139,7 +139,7 @@ std::unique_ptr<StagedFile> StageBeside(PathResolver& resolver, const std::strin
   temporary.append(target.Text()).append(kTemporaryMark);
   const RealPath beside = resolver.Parse(temporary);
   if (beside.Refusal() != 0) RaiseSystemError(Attempt::kWrite, beside.Refusal());
-  NameIndex::Change change = resolver.Changing(beside);
+  NameIndex::Change change = resolver.Changing(target);
   Descriptor file = MakeTemporary(beside, ModeOf(access));
   change.Touched();
   if (replaces) KeepRights(file.Get(), replaced);

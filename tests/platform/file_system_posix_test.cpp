@@ -58,6 +58,43 @@ TEST_F(PosixFileSystemTest, MakingAsManyFilesAsOneLooksForReadsTheFolderAFewTime
   EXPECT_LE(files_.FolderScans(), 6U);
 }
 
+TEST_F(PosixFileSystemTest, AFolderThatWeMadeNeedNotBeReadBeforeFilesAreMadeInIt) {
+  any_.MakeFolder(At("\\Product"));
+  const std::uint64_t scans = files_.FolderScans();
+  for (int i = 0; i < 1'000; ++i) {
+    const std::string folder = At("\\Product\\" + std::to_string(i) + "\\Sub");
+    any_.MakeFolders(folder);
+    any_.Replace(folder + "\\File", "x");
+    ASSERT_TRUE(files_.Move(folder + "\\File", folder + "\\Moved"));
+    ASSERT_EQ(files_.FindFile(folder + "\\MOVED"), "Moved");
+  }
+  EXPECT_EQ(files_.FolderScans(), scans);
+}
+
+TEST_F(PosixFileSystemTest, WhatAnotherProgramPutsIntoAFolderThatWeMadeIsSeen) {
+  any_.MakeFolders(At("\\Product\\1"));
+  Age("\\Product\\1");
+  folder_.Put("\\Product\\1\\theirs", "x");
+  EXPECT_EQ(files_.FindFile(At("\\Product\\1\\THEIRS")), "theirs");
+}
+
+TEST_F(PosixFileSystemTest, MakingAFileCostsTenSystemCallsAndMovingItSeven) {
+  any_.MakeFolders(At("\\Product\\1"));
+  any_.MakeFolders(At("\\Product\\2"));
+  const std::string here = At("\\Product\\1\\file");
+  const std::string there = At("\\Product\\2\\file");
+  // Open, write, close and rename, with three looks each at the open and the rename.
+  const auto made = CountSystemCalls([&, n = 0]() mutable { any_.Replace(here + std::to_string(++n), "x"); });
+  if (!made) GTEST_SKIP() << "tracing is not allowed here";
+  EXPECT_EQ(made, 10);
+  any_.Replace(here, "x");
+  EXPECT_EQ(CountSystemCalls([&] {
+              (void)files_.Move(here, there);
+              (void)files_.Move(there, here);
+            }),
+            14);
+}
+
 TEST_F(PosixFileSystemTest, AnExactlySpelledPathCostsOneSystemCall) {
   folder_.Put("\\ActiveUpdate\\server.ini", "x");
   const std::string path = At("\\ActiveUpdate\\server.ini");
@@ -164,6 +201,23 @@ TEST_F(PosixFileSystemTest, AnOperatorsLinkIsFollowed) {
   EXPECT_EQ(files_.FindFolder(At("\\backuplogs")), "BackupLogs");
   EXPECT_EQ(files_.FindFile(At("\\backuplogs\\REAL.log")), "real.log");
   EXPECT_EQ(files_.List(At("\\*")), (std::vector<std::string>{"new.log", "VlMR.log"}));
+}
+
+TEST_F(PosixFileSystemTest, AWalkForMarkedFilesStartsAtAnOperatorsLinkButFollowsNoneInside) {
+  const std::string mark(kTemporaryMark);
+  test::ScopedTempDir elsewhere;
+  elsewhere.Put("\\in" + mark, "x");
+  folder_.Put("\\Real\\out" + mark, "x");
+  std::filesystem::create_directory_symlink(elsewhere.Real(), folder_.Real("\\Top"));
+  std::filesystem::create_directory_symlink(folder_.Real("\\Real"), elsewhere.Real("\\loop"));
+  EXPECT_EQ(files_.FindMarked(At("\\Top"), mark), std::vector<std::string>{At("\\Top\\in" + mark)});
+}
+
+TEST_F(PosixFileSystemTest, AWalkForMarkedFilesCostsFourSystemCallsForEachFolder) {
+  for (int i = 0; i < 10; ++i) folder_.Put("\\Top\\" + std::to_string(i) + "\\f", "x");
+  const auto walk = CountSystemCalls([&] { (void)files_.FindMarked(At("\\Top"), kTemporaryMark); });
+  if (!walk) GTEST_SKIP() << "tracing is not allowed here";
+  EXPECT_LE(walk, 4 * 11 + 3);
 }
 
 TEST_F(PosixFileSystemTest, MovesBetweenVolumesByCopying) {

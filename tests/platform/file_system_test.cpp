@@ -86,6 +86,31 @@ TYPED_TEST(AnyFileSystem, AnExactSpellingReachesItsOwnFileAmongTwins) {
   EXPECT_EQ(this->Files().ReadAll(this->At("\\VSAPI.ZIP")), "upper");
 }
 
+TYPED_TEST(AnyFileSystem, FindsMarkedFilesAtEveryDepthDotNamesAmongThem) {
+  const std::string mark(kTemporaryMark);
+  this->Put("\\Top\\whole", "x");
+  this->Put("\\Top\\a" + mark, "x");
+  this->Put("\\Top\\Sub\\b" + mark + "-17", "x");
+  this->Put("\\Top\\.dot\\.c" + mark, "x");
+  this->Put("\\Top\\Marked" + mark + "\\whole", "x");
+  this->Put("\\Other\\d" + mark, "x");
+  Names found = this->Files().FindMarked(this->At("\\top"), mark);
+  std::sort(found.begin(), found.end());
+  EXPECT_EQ(found, (Names{this->At("\\top\\.dot\\.c" + mark), this->At("\\top\\Sub\\b" + mark + "-17"),
+                          this->At("\\top\\a" + mark)}));
+  for (const std::string& path : found) this->Files().Delete(path);
+  EXPECT_EQ(this->Files().FindMarked(this->At("\\Top"), mark), Names());
+}
+
+TYPED_TEST(AnyFileSystem, FindsNoMarkedFilesInAMissingOrRefusedFolderOrAFile) {
+  const std::string mark(kTemporaryMark);
+  this->Put("\\Top\\a" + mark, "x");
+  EXPECT_EQ(this->Files().FindMarked(this->At("\\missing"), mark), Names());
+  EXPECT_EQ(this->Files().FindMarked(this->At("\\Top\\..\\Top"), mark), Names());
+  EXPECT_EQ(this->Files().FindMarked(this->At("\\Top\\a" + mark), mark), Names());
+  EXPECT_EQ(this->Files().FindMarked("", mark), Names());
+}
+
 TYPED_TEST(AnyFileSystem, AnotherSpellingReachesTheFirstOfTheTwinsInTheOrderOfListings) {
   if (!this->HoldsTwins()) GTEST_SKIP() << "this system has no names that differ in case only";
   this->Put("\\vsapi.zip", "lower");

@@ -295,6 +295,17 @@ std::vector<std::string> MemoryFileSystem::ListFolders(const std::string& path) 
   return names;
 }
 
+std::vector<std::string> MemoryFileSystem::FindMarked(const std::string& folder,
+                                                      std::string_view mark) const {
+  listed.push_back(folder);
+  std::vector<std::string> found;
+  const Place place = Find(folder);
+  if (place.IsFolder()) Walk(*place.node, folder, /*folders=*/false, found);
+  std::erase_if(found,
+                [&](const std::string& path) { return NameOf(path).find(mark) == std::string_view::npos; });
+  return found;
+}
+
 std::int64_t MemoryFileSystem::Length(const std::string& path) const {
   MayFail(Operation::kLength, path);
   const Place place = Find(path);

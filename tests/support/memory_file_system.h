@@ -79,12 +79,13 @@ class MemoryFileSystem : public platform::FileSystem {
   std::vector<std::string> folders_made;                   ///< by `MakeFolder`
   mutable std::vector<std::string> looked_up;              ///< `FindFile`, `FindFolder`
   mutable std::vector<std::string> stamped;                ///< `Stamp`
-  mutable std::vector<std::string> listed;                 ///< `List`, `ListFolders`
+  mutable std::vector<std::string> listed;                 ///< `List`, `ListFolders`, `FindMarked`
 
   std::string FindFile(const std::string& path) const override;
   std::string FindFolder(const std::string& path) const override;
   std::vector<std::string> List(const std::string& pattern) const override;
   std::vector<std::string> ListFolders(const std::string& path) const override;
+  std::vector<std::string> FindMarked(const std::string& folder, std::string_view mark) const override;
   std::int64_t Length(const std::string& path) const override;
   std::optional<platform::FileStamp> Stamp(const std::string& path) const override;
   std::string ReadAll(const std::string& path) const override;
