@@ -2,6 +2,7 @@
 """The order of a run: siblings, the dial-up handshake, and what a failed one leaves out."""
 
 import time
+from pathlib import Path
 
 import framework  # first: it makes the other modules known
 from waiting import wait_until
@@ -148,6 +149,20 @@ def test_waiting_for_a_sibling_costs_no_processor_time(t):
     app.put("enough", b"")
     assert child.wait(10) == 0
     app.log().refuse("Timer Killer")
+
+
+def test_the_mail_sender_outlives_the_run_and_the_service_that_made_it(t):
+    app = t.app()
+    app.write_settings(SESSION_OFF)
+    app.install_sibling(
+        "QueueMailer.exe", f'until test -e "{app.path}/over"; do sleep 0.1; done; echo >> "{app.path}/sent"'
+    )
+    app.run()
+    app.put("over", b"")
+    wait_until(lambda: (app.path / "sent").exists(), "the mail sender ends its work")
+    # By default systemd ends whatever a one-shot service has left running.
+    unit = Path(__file__).resolve().parents[2] / "packaging" / "systemd" / "vlmr.service"
+    assert "KillMode=process" in unit.read_text(encoding="utf-8").splitlines()
 
 
 if __name__ == "__main__":
