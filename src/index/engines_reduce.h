@@ -22,6 +22,8 @@ class EnginesReduce {
 
   /// The four engines of the OfficeScan reduced mode.
   void GET_ENGINES_REDUCE();
+  /// One engine each, for the ServerProtect and SMEX reduced modes. When nothing is newer they say no more
+  /// than which versions they found.
   void GET_ENGINES_REDUCE_I386();
   void GET_ENGINES_REDUCE_NTKD();
   void GET_ENGINES_REDUCE_NW();
