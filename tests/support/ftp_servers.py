@@ -5,6 +5,7 @@ Each serves the files below `root` to the user "anonymous" (any password) or, wh
 
 import os
 import re
+import signal
 import subprocess
 from pathlib import Path
 
@@ -19,11 +20,13 @@ class FtpDaemon(ServerProcess):
 
     name = ""
 
-    def __init__(self, folder, root, user=None, password=None):
+    def __init__(self, folder, root, user=None, password=None, rate=None):
         self.folder = folder
         self.root = root
         self.user = user
         self.password = password
+        self.rate = rate
+        """Kilobytes a second that a client gets; None: as many as it takes."""
         self.binary = TOOLS / "usr" / "sbin" / self.name
         if not self.binary.exists():
             raise ProgramMissing(f"{self.name} is not unpacked (script/test_servers does it)")
@@ -45,10 +48,33 @@ class FtpDaemon(ServerProcess):
         """The command line that runs a program of build/tools with its own libraries and nothing else around it."""
         return ["env", "-i", *(f"{name}={value}" for name, value in self.environment.items()), *map(str, command)]
 
+    def cut(self):
+        """Breaks all connections off as a fault of the server does: the processes that serve them are killed."""
+        for pid in descendants(self.process.pid):
+            try:
+                os.kill(pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+
     @property
     def host(self):
         """What stands between "ftp://" and the folder in an address."""
         return f"127.0.0.1:{self.port}"
+
+
+def descendants(pid):
+    """Process ids of the children of a process, their children and so on."""
+    parents = {}
+    for stat in Path("/proc").glob("[0-9]*/stat"):
+        try:
+            parents[int(stat.parent.name)] = int(stat.read_bytes().rsplit(b")", 1)[1].split()[1])
+        except OSError:
+            continue
+    found, family = [], {pid}
+    while family:
+        family = {child for child, parent in parents.items() if parent in family}
+        found += family
+    return found
 
 
 class ProFtpd(FtpDaemon):
@@ -76,6 +102,8 @@ class ProFtpd(FtpDaemon):
         else:
             lines += [f"<Anonymous {self.root}>", "User nobody", "Group nogroup", "UserAlias anonymous nobody"]
             lines += ["RequireValidShell off", "</Anonymous>"]
+        if self.rate:
+            lines.append(f"TransferRate RETR {self.rate}")
         config = self.folder / "proftpd.conf"
         config.write_text("\n".join(lines) + "\n")
         return self.confined(self.binary, "-n", "-q", "-c", config)
@@ -103,6 +131,8 @@ class VsFtpd(FtpDaemon):
             f"vsftpd_log_file={self.folder}/log", "log_ftp_protocol=YES", "connect_from_port_20=NO",
             "session_support=NO", "tcp_wrappers=NO",
         ]  # fmt: skip
+        if self.rate:
+            lines.append(f"anon_max_rate={self.rate * 1024}")
         config = self.folder / "vsftpd.conf"
         config.write_text("\n".join(lines) + "\n")
         config.chmod(0o600)
@@ -131,3 +161,24 @@ class PureFtpd(FtpDaemon):
         subprocess.run(self.confined(tool, "mkdb", database, "-f", users), check=True, capture_output=True)
         options = ["-S", f"127.0.0.1,{port}", "-l", f"puredb:{database}", "-E", "-H", "-u", "1"]
         return self.confined(self.binary, *options, "-g", self.folder / "pid")
+
+
+class FtpGateway(FtpDaemon):
+    """ftp-proxy: takes log-ins of the form user@host or user@host:port and passes everything on to that host."""
+
+    name = "ftp-proxy"
+
+    def command(self, port):
+        lines = [
+            "Listen 127.0.0.1", f"Port {port}", "User nobody", "Group nogroup", "AllowMagicUser yes",
+            "ForceMagicUser yes", "DestinationAddress 127.0.0.1", "DestinationPort 9", "ServerType standalone",
+            f"LogDestination {self.folder}/log", "LogLevel DBG", f"PidFile {self.folder}/pid",
+        ]  # fmt: skip
+        # It makes its log when it has dropped its rights already.
+        self.folder.chmod(0o777)
+        config = self.folder / "ftp-proxy.conf"
+        config.write_text("[-Global-]\n" + "\n".join(lines) + "\n")
+        return self.confined(self.binary, "-d", "-n", "-f", config)
+
+    def log(self):
+        return (self.folder / "log").read_text(errors="replace")
