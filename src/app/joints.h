@@ -37,14 +37,7 @@ struct NotifierJoint final : core::Notifier {
   }
 };
 
-struct VirusListJoint final : patterns::Housekeeping::VirusListReader {
-  notify::VirusListReport* report = nullptr;
-  std::string ReadVirusListFile(const std::string& path) override {
-    return report->ReadVirusListFile(path).count;
-  }
-};
-
-struct CprVirusListJoint final : ftpsources::CprPattern::VirusList {
+struct VirusListJoint final : patterns::Housekeeping::VirusListReader, ftpsources::CprPattern::VirusList {
   notify::VirusListReport* report = nullptr;
   std::string ReadVirusListFile(const std::string& path) override {
     return report->ReadVirusListFile(path).count;
@@ -111,7 +104,7 @@ struct PassJobsJoint final : index::UpdateSession::Jobs {
   }
 };
 
-struct RunJobsJoint final : core::Operations::Jobs {
+struct RunJobsJoint final : core::Operations::Jobs, core::Watchdog::Needs {
   RunJobsJoint() = default;
   RunJobsJoint(ftpsources::TscPackage* t, index::UpdateSession* u, ftpsources::IntelligentFtp* i,
                ftpsources::CprPattern* c, ftpsources::PatternCleanup* k)
@@ -128,10 +121,6 @@ struct RunJobsJoint final : core::Operations::Jobs {
   void StartIntelligentFTP() override { intelligent->StartIntelligentFTP(); }
   void GET_CPR_PATTERN() override { cpr->GET_CPR_PATTERN(); }
   void KillPatternServer(const std::string& folder) override { cleanup->KillPatternServer(folder); }
-  void EndProcess() override { throw platform::ProcessEnd{}; }
-};
-
-struct EndingJoint final : core::Watchdog::Needs {
   void EndProcess() override { throw platform::ProcessEnd{}; }
 };
 
@@ -159,14 +148,12 @@ struct StartJoint final : core::Startup::Needs {
 struct Joints {
   NotifierJoint notifier;
   VirusListJoint virus_list;
-  CprVirusListJoint cpr_virus_list;
   WhatsNewJoint whats_new;
   FactsJoint facts;
   ArchiveJoint archive;
   HeldPatternJoint held_pattern;
   PassJobsJoint pass_jobs;
   RunJobsJoint run_jobs;
-  EndingJoint ending;
   StartJoint start;
 };
 

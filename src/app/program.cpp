@@ -115,13 +115,13 @@ struct Program::Parts {
       runtime, {fetch, readers, writer, engines, reduced_engines, products}, mails, joints.pass_jobs};
 
   // ftpsources
-  ftpsources::CprPattern cpr{runtime, helpers, ftp, zip, mails, joints.cpr_virus_list};
+  ftpsources::CprPattern cpr{runtime, helpers, ftp, zip, mails, joints.virus_list};
   ftpsources::TscPackage cleaner{runtime, helpers, ftp, zip, mails};
   ftpsources::IntelligentFtp intelligent{runtime, ftp, zip, mails, joints.held_pattern};
   ftpsources::PatternCleanup cleanup{runtime, joints.held_pattern};
 
   // the run
-  core::Watchdog watchdog{runtime, *loop, *processes, joints.ending};
+  core::Watchdog watchdog{runtime, *loop, *processes, joints.run_jobs};
   core::Operations operations{runtime, services, helpers, *loop, *processes, watchdog, joints.run_jobs};
   core::Startup startup{runtime, services, *processes, *lock, *form, mails, joints.start};
 
@@ -132,7 +132,6 @@ struct Program::Parts {
 void Program::Parts::Join() {
   joints.notifier.mails = &mails;
   joints.virus_list.report = &virus_list;
-  joints.cpr_virus_list.report = &virus_list;
   joints.whats_new.housekeeping = &housekeeping;
   joints.facts = {&runtime, &store, &helpers};
   joints.archive.store = &store;
