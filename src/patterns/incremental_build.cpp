@@ -99,11 +99,11 @@ bool IncrementalBuild::ZipNewPattern(const std::string& new_pattern) {
   runtime_.Log("PatchVsapI: check " + archive + "=" + old_archive);
   if (!old_archive.empty()) {
     runtime_.Log("PatchVsapI: Kill old Zip file: " + archive);
-    trap_([&] { runtime_.files.Delete(archive); });
   }
   const std::string pattern = folder + "\\" + PatternName(new_pattern);
   if (runtime_.files.FindFile(pattern).empty()) {
     runtime_.Log("PatchVsapI: Unable to find " + pattern);
+    KillArchive();
     return false;
   }
   trap_([&] {
@@ -113,6 +113,7 @@ bool IncrementalBuild::ZipNewPattern(const std::string& new_pattern) {
   const bool is_zipped = zip_.ZipFiles(folder, kArchiveName, folder, PatternName(new_pattern));
   if (!is_zipped) {
     runtime_.Log("PatchVsapI: Unable to compress the file");
+    KillArchive();
   }
   const std::string found = runtime_.files.FindFile(archive);
   runtime_.Log("PatchVsapI: Found  [" + found + "]");
@@ -126,6 +127,15 @@ bool IncrementalBuild::ZipNewPattern(const std::string& new_pattern) {
     store_.RefreshPatternFolder();
   }
   return is_zipped;
+}
+
+void IncrementalBuild::KillArchive() {
+  // A new archive replaces the old one in one step, so that a killed run leaves clients an archive. A build
+  // that fails still ends without one, as its log says: the full archive is fetched next.
+  const std::string archive = runtime_.paths.StoredArchive();
+  if (!runtime_.files.FindFile(archive).empty()) {
+    trap_([&] { runtime_.files.Delete(archive); });
+  }
 }
 
 void IncrementalBuild::KillStaged(const std::string& version) {

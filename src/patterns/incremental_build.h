@@ -24,16 +24,15 @@ class IncrementalBuild {
                    const index::ServiceFetch& fetch, transfer::ZIP& zip, core::Notifier& notifier,
                    PatternStore& store, PatchJob& job);
 
-  /// True when the new pattern was packed as the mirror's archive; the old archive goes before that, so a
-  /// packing that fails leaves none and the full archive has to be fetched. Versions held and offered are
-  /// compared as text, the version of an increment as a number (the last that matches is used). Raises
-  /// nothing.
+  /// True when the new pattern was packed as the mirror's archive. Versions held and offered are compared as
+  /// text, the version of an increment as a number (the last that matches is used). Raises nothing.
   bool PatchVsapI();
 
  private:
   std::string FindIncrement(const std::string& my_pattern);
   bool IsStaged(const std::string& increment);
   bool ZipNewPattern(const std::string& new_pattern);
+  void KillArchive();
   void KillStaged(const std::string& version);
   void PublishIncrements();
   void PublishIncrement(const std::string& local_path);

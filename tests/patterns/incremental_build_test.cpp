@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "core/number.h"
 #include "patterns/pattern_world.h"
 
@@ -282,21 +280,6 @@ TEST(PatchVsapI, AnOldArchiveThatCannotBeReplacedIsReported) {
   EXPECT_FALSE(world.build.PatchVsapI());
   EXPECT_TRUE(world.Logged("PatchVsapI: Error code 70 Permission denied"));
   EXPECT_TRUE(world.Logged("PatchVsapI: Found  [vsapi.zip]"));
-}
-
-TEST(PatchVsapI, TheOldArchiveIsDeletedBeforeTheNewPatternIsLookedForAndPacked) {
-  BehindWorld world;
-  world.files.Fail(test::MemoryFileSystem::Operation::kDelete, "vsapi.zip", 70);
-  EXPECT_TRUE(world.build.PatchVsapI());
-  const Lines lines = world.LogMessages();
-  const auto kill = std::find(lines.begin(), lines.end(),
-                              R"(PatchVsapI: Kill old Zip file: /app\ActiveUpdate\Pattern\vsapi.zip)");
-  ASSERT_GT(lines.end() - kill, 2);
-  EXPECT_EQ(kill[1], "PatchVsapI: Error code 70 Permission denied");
-  EXPECT_EQ(kill[2], R"(PatchVsapI: Find the pattern [/app\ActiveUpdate\Pattern\lpt$vpn.101] Size=[7])");
-  EXPECT_EQ(world.notifier.mails,
-            (std::vector<test::RecordingNotifier::Mail>{
-                {core::MailSwitch::kError, "Error PatchVsapI => !! Error !! code 70 Permission denied"}}));
 }
 
 TEST(PatchVsapI, WithOfficeScanOnlyTheIncrementsAreNotPublished) {
