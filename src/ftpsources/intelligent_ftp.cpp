@@ -90,7 +90,8 @@ void IntelligentFtp::Download(const std::string& remote) {
 bool IntelligentFtp::Pack(const std::string& remote) {
   const std::string archive = runtime_.paths.StoredArchive();
   runtime_.Log("StartIntelligentFTP: Zip " + WorkingPattern(remote) + " To " + archive);
-  if (!runtime_.files.FindFile(archive).empty()) trap_([&] { runtime_.files.Delete(archive); });
+  // The old archive goes in the step that puts the new one in its place, or when there is no new one: a run
+  // that is killed here leaves the network an archive.
   if (zip_.ZipFiles(runtime_.paths / R"(\ActiveUpdate\Pattern)", "vsapi.zip", runtime_.paths.PatternFolder(),
                     PatternName(remote))) {
     return true;
