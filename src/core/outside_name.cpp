@@ -45,7 +45,7 @@ NameFault CheckCharacters(std::string_view path) {
   for (const char c : path) {
     if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) return NameFault::kControlCharacter;
     if (c == ':') return NameFault::kDriveOrStream;
-    if (std::string_view("<>\"|?*").find(c) != std::string_view::npos) return NameFault::kReservedCharacter;
+    if (std::string_view("<>\"|*").find(c) != std::string_view::npos) return NameFault::kReservedCharacter;
   }
   return NameFault::kNone;
 }

@@ -16,7 +16,7 @@ enum class NameFault {
   kControlCharacter,    ///< NUL, everything below a blank, and DEL
   kDeviceName,          ///< CON, NUL, COM1 ... as a component, with or without extension
   kTrailingDotOrBlank,  ///< a component that Windows would spell differently
-  kReservedCharacter,   ///< one of < > " | ? *
+  kReservedCharacter,   ///< one of < > " | *; a "?" passes, because addresses of the index may carry one
   kEmptyComponent,      ///< two separators in a row, or one at the end
   kTooLong,             ///< a component over 255 bytes, or all over 1024
   kFolderPart,          ///< a separator where a bare file name is asked for
