@@ -6,6 +6,7 @@
 
 #include "app/program.h"
 #include "platform/executable.h"
+#include "platform/native.h"
 #include "platform/runtime_error.h"
 
 namespace {
@@ -27,6 +28,7 @@ std::string JoinArguments(int count, char** arguments) {
 }  // namespace
 
 int main(int count, char** arguments) {
+  vlmr::platform::PrepareProcess();
   try {
     vlmr::app::Program program(vlmr::platform::FindExecutable());
     try {

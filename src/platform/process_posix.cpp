@@ -74,7 +74,7 @@ void CloseInheritedAtExec() {
 void ResetSignals() {
   struct sigaction normal = {};
   normal.sa_handler = SIG_DFL;
-  for (const int number : {SIGPIPE, SIGCHLD, SIGINT, SIGTERM}) ::sigaction(number, &normal, nullptr);
+  for (const int number : {SIGPIPE, SIGXFSZ, SIGCHLD, SIGINT, SIGTERM}) ::sigaction(number, &normal, nullptr);
   sigset_t none;
   ::sigemptyset(&none);
   ::pthread_sigmask(SIG_SETMASK, &none, nullptr);

@@ -1,0 +1,7 @@
+#include "platform/native.h"
+
+namespace vlmr::platform {
+
+void PrepareProcess() {}
+
+}  // namespace vlmr::platform
