@@ -264,6 +264,8 @@ class FaultyServer:
                 continue
             except OSError:
                 return
+            # Head and body are sent one after the other; the body shall not wait for the head's acknowledgement.
+            connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
             with self._lock:
                 self._connections.append(connection)
                 number = len(self._connections)
