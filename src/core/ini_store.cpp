@@ -92,16 +92,27 @@ std::string IniStore::ReadIniValue(std::string_view section, std::string_view ke
 
 bool IniStore::WriteIniValue(std::string_view section, std::string_view key, std::string_view value,
                              const std::string& file) {
-  if (!IniDocument::CanHold(section, key)) return false;
+  return WriteIniValues(section, {{.key = key, .value = value}}, file);
+}
+
+bool IniStore::WriteIniValues(std::string_view section, std::initializer_list<KeyValue> values,
+                              const std::string& file) {
   Entry& entry = Refresh(file);
-  if (!entry.readable) return false;
-  if (!entry.document.Set(section, key, value)) return true;
-  return Keep(file, entry, [&] {
-    return Change{.kind = Change::Kind::kSet,
-                  .section = std::string(section),
-                  .key = std::string(key),
-                  .text = std::string(value)};
-  });
+  bool all_written = true;
+  for (const auto& [key, value] : values) {
+    if (!entry.readable || !IniDocument::CanHold(section, key)) {
+      all_written = false;
+    } else if (entry.document.Set(section, key, value)) {
+      const bool kept = Keep(file, entry, [&, key = key, value = value] {
+        return Change{.kind = Change::Kind::kSet,
+                      .section = std::string(section),
+                      .key = std::string(key),
+                      .text = std::string(value)};
+      });
+      all_written = all_written && kept;
+    }
+  }
+  return all_written;
 }
 
 bool IniStore::Create(const std::string& file, std::string text) {
@@ -131,7 +142,8 @@ bool IniStore::Keep(const std::string& file, Entry& entry, const MakeChange& mak
 }
 
 IniStore::Entry& IniStore::EntryOf(const std::string& file) {
-  std::unique_ptr<Entry>& place = entries_[file];
+  if (last_used_ == nullptr || last_used_->first != file) last_used_ = &*entries_.try_emplace(file).first;
+  std::unique_ptr<Entry>& place = last_used_->second;
   if (!place) place = std::make_unique<Entry>();
   return *place;
 }

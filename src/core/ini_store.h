@@ -1,10 +1,12 @@
 #pragma once
 
 #include <chrono>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include "core/ini_document.h"
 #include "platform/clock.h"
@@ -36,6 +38,16 @@ class IniStore {
   /// written. Raises nothing.
   bool WriteIniValue(std::string_view section, std::string_view key, std::string_view value,
                      const std::string& file);
+
+  /// A key and the value that it is to have.
+  struct KeyValue {
+    std::string_view key;
+    std::string_view value;
+  };
+  /// Stores several values of one section in this order, as so many calls of `WriteIniValue` would, at the
+  /// cost of one look at the file. False when one of them cannot be written.
+  bool WriteIniValues(std::string_view section, std::initializer_list<KeyValue> values,
+                      const std::string& file);
 
   /// Makes the file anew with this text, through the same cache and batch: inside a batch the new file
   /// appears whole, with all that is written after it, at the batch's end. False when it cannot be written.
@@ -103,6 +115,8 @@ class IniStore {
   platform::EventLoop& loop_;
   const platform::Clock& clock_;
   std::unordered_map<std::string, std::unique_ptr<Entry>, PathHash, PathEqual> entries_;
+  /// The file that was asked for last, because the next use is nearly always of the same one; null at first.
+  std::pair<const std::string, std::unique_ptr<Entry>>* last_used_ = nullptr;
   platform::EventLoop::TimerId flush_timer_ = 0;
   int periodic_batches_ = 0;
 };

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
 #include "core/activity_log.h"
 #include "core/app_paths.h"
 #include "core/ini_store.h"
@@ -32,6 +36,10 @@ struct Runtime {
   bool WriteIniValue(std::string_view section, std::string_view key, std::string_view value,
                      const std::string& file) const {
     return ini.WriteIniValue(section, key, value, file);
+  }
+  bool WriteIniValues(std::string_view section, std::initializer_list<IniStore::KeyValue> values,
+                      const std::string& file) const {
+    return ini.WriteIniValues(section, values, file);
   }
 };
 

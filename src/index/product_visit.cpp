@@ -217,15 +217,20 @@ bool Products::DownloadFile(const Visit& visit, const File& file) const {
 }
 
 void Products::WriteDefaults(const Visit& visit, const File& file) const {
-  runtime_.WriteIniValue(visit.key, file.key, file.value, runtime_.paths.StoredIndex());
-  WriteVersions(visit);
+  runtime_.WriteIniValues(visit.key,
+                          {{file.key, file.value},
+                           {"Version", visit.fresh.version},
+                           {"EngineType", visit.fresh.engine_type},
+                           {"PatternType", visit.fresh.pattern_type}},
+                          runtime_.paths.StoredIndex());
 }
 
 void Products::WriteVersions(const Visit& visit) const {
-  const std::string index = runtime_.paths.StoredIndex();
-  runtime_.WriteIniValue(visit.key, "Version", visit.fresh.version, index);
-  runtime_.WriteIniValue(visit.key, "EngineType", visit.fresh.engine_type, index);
-  runtime_.WriteIniValue(visit.key, "PatternType", visit.fresh.pattern_type, index);
+  runtime_.WriteIniValues(visit.key,
+                          {{"Version", visit.fresh.version},
+                           {"EngineType", visit.fresh.engine_type},
+                           {"PatternType", visit.fresh.pattern_type}},
+                          runtime_.paths.StoredIndex());
 }
 
 void Products::WriteMaxProductId() const {

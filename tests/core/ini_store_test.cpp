@@ -257,6 +257,21 @@ TEST_F(IniStoreTest, NestedBatchesAreWrittenWithTheOutermost) {
   EXPECT_TRUE(files.files_written.empty());
 }
 
+TEST_F(IniStoreTest, SeveralValuesAreWrittenInOrderAtTheCostOfOneLook) {
+  const IniStore::Batch batch(store, file, BatchKind::kEachSecond);
+  Write("a", "k", "1");
+  files.stamped.clear();
+  EXPECT_TRUE(store.WriteIniValues("a", {{"z", "2"}, {"k", "3"}, {"b", "4"}}, file));
+  EXPECT_EQ(files.stamped.size(), 1U);
+  store.FlushBatches();
+  EXPECT_EQ(OnDisk(), "[a]\r\nk=3\r\nz=2\r\nb=4\r\n");
+}
+
+TEST_F(IniStoreTest, OfSeveralValuesTheOnesThatCannotBeHeldAreLeftOut) {
+  EXPECT_FALSE(store.WriteIniValues("a", {{"k", "1"}, {"=", "2"}, {"l", "3"}}, file));
+  EXPECT_EQ(OnDisk(), "[a]\r\nk=1\r\nl=3\r\n");
+}
+
 TEST_F(IniStoreTest, APeriodicBatchIsWrittenBeforeAChildStarts) {
   const IniStore::Batch batch(store, file, BatchKind::kEachSecond);
   Write("a", "k", "1");
