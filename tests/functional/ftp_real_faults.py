@@ -29,6 +29,47 @@ def exchange(host):
     }
 
 
+def test_refused_log_ins_missing_folders_and_missing_files_are_reported_in_both_modes(t):
+    root = t.publish(cpr="1.890 v3", tsc=("12345",)) / "ftp"
+    cpr = root / "products/pattern/cpr"
+    for kind in (ProFtpd, VsFtpd):
+        daemon = t.ftp_daemon(kind, root)
+        for passive in ("0", "1"):
+            app = t.app(f"app-{kind.name}{passive}")
+
+            def run(app=app, passive=passive, host=daemon.host, **ftp):
+                app.write_settings(all_sources(host, passive, **ftp))
+                return app.run().log
+
+            log = run(CprUsername="nobody-here", CprPassword="wrong")
+            log.expect(CPR + "Connecting...", CPR + "Error connecting 530 => %ANY%")
+            log.refuse(CPR + "Connected")
+            log = run(CPRUrl=f"ftp://{daemon.host}/not/here")
+            log.expect(CPR + "Connected...", CPR + "Cannot list files, try to change the PASSIVE mode or verify the FTP address")
+            (cpr / "cpr890.zip").rename(root / "away")
+            log = run()
+            log.expect(CPR + "Get the latest CPR pattern", CPR + "Error connecting 550 => %ANY%")
+            (root / "away").rename(cpr / "cpr890.zip")
+            assert not [name for name in app.files("ActiveUpdate") if name.startswith("CPR/")], (kind.name, passive)
+            # The cleaner is another job of the same run: it has done its work.
+            assert "tsc.exe" in app.files("ActiveUpdate/TSC")
+            run().expect(CPR + "Found 3 Viruses")
+            assert "cpr890.zip" in app.files("ActiveUpdate/CPR")
+
+
+def test_a_refused_log_in_stops_the_exchange_and_nothing_is_sent(t):
+    for kind in (ProFtpd, PureFtpd):
+        folder = t.folder / f"shared-{kind.name}"
+        folder.mkdir(mode=0o777)
+        folder.chmod(0o777)
+        daemon = t.ftp_daemon(kind, folder, user="joe", password="other")
+        app = t.app(f"app-{kind.name}")
+        app.write_settings(exchange(daemon.host))
+        app.put("Pattern/lpt$vpn.101", service.pattern_bytes("101"))
+        app.run().log.expect(EXCHANGE + "Connecting...", EXCHANGE + "Error connecting 530 => %ANY%")
+        assert not list(folder.iterdir())
+
+
 def test_a_put_to_a_full_disk_leaves_both_sides_as_they_were(t):
     for kind in (ProFtpd, PureFtpd):
         disk = t.keep(SmallDisk(t.folder / f"shared-{kind.name}", 1024))
