@@ -10,12 +10,12 @@ COMMAND_LINES = ["Loading: Initialize parameters", "Command: [x]", "Command: sTC
 
 def test_detail_lines_stand_in_the_log_of_level_1_and_nothing_else(t):
     app, _ = t.mirror({"LOGS": {"Level": "1"}})
-    top = f"{app.path}\\ActiveUpdate"
+    top = f"{app.place}\\ActiveUpdate"
     run = app.run()
     run.log.expect(f"{top}= ", f"Create {top}= ", f"{top}\\Engine= ", f"Create {top}\\Engine= ")
-    staging = f"{app.path}\\TempDownload"
+    staging = f"{app.place}\\TempDownload"
     run.log.expect(f"{staging}= ", f"Create {staging}=", f"{staging}\\ActiveUpdate= ")
-    assert run.log[-1] == f"Loading: Launch {app.path}\\QueueMailer.exe"
+    assert run.log[-1] == f"Loading: Launch {app.place}\\QueueMailer.exe"
     created = [line for line in run.log if line.startswith("Create ")]
     assert len(created) == 12 and len(run.log) == 25, run.log
     again = app.run()
@@ -25,7 +25,7 @@ def test_detail_lines_stand_in_the_log_of_level_1_and_nothing_else(t):
 
 def test_level_0_leaves_the_details_out(t):
     app, _ = t.mirror({"LOGS": {"Level": "0"}})
-    app.run().log.refuse("Create ", "Loading: Launch ", f"{app.path}")
+    app.run().log.refuse("Create ", "Loading: Launch ", app.place)
 
 
 def test_other_levels_write_nothing(t):
@@ -96,7 +96,7 @@ def test_every_line_carries_date_name_and_message(t):
     app = t.app()
     app.run("x")
     for line in app.log_bytes().split(b"\r\n")[:-1]:
-        assert re.match(rb"^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d : \[VlMr\]\w", line), line
+        assert re.match(f"^{app.target.moment} : \\[VlMr\\]\\w".encode(), line), line
 
 
 if __name__ == "__main__":

@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """The demo's own parts: what the service publishes, and what the patch program makes of an increment."""
 
+import os
 import subprocess
 import sys
 import zipfile
@@ -9,6 +10,14 @@ import framework  # first: it makes the other modules known
 import patch_program
 import service
 from app_folder import read_ini
+
+
+def run_patch_program(t, folder):
+    """Runs the patch program of the executable's system; returns its exit code."""
+    command = [*t.target.launcher, folder / "Patch.exe"]
+    environment = {**os.environ, **t.target.environment}
+    nowhere = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+    return subprocess.run(command, env=environment, timeout=30, **nowhere).returncode
 
 
 def prepared(t, mode="", held="100", wanted="101"):
@@ -22,14 +31,16 @@ def prepared(t, mode="", held="100", wanted="101"):
     increment = (root / f"activeupdate/Pattern/v_{held}.{wanted}").read_bytes()
     (staging / f"v_{held}.{wanted}").write_bytes(increment)
     program = folder / "Patch.exe"
-    program.write_bytes((framework.REPOSITORY / "demo/patch_program.py").read_bytes())
+    script = framework.REPOSITORY / "demo/patch_program.py"
+    program.write_bytes((t.target.siblings / "patch_program.exe" if t.target.is_windows else script).read_bytes())
     program.chmod(0o755)
     job = f"[MAIN]\r\nPatternFrom={held}\r\nPatternTo={wanted}\r\n"
-    job += f"Source={folder}\\TempDownload\\ActiveUpdate\\Pattern\r\nDestination={folder}\\Pattern\r\n"
-    job += f"Backup={folder}\\TempDownload\\ActiveUpdate\\Pattern\\Backup\r\n[Log]\r\nFinished=\r\nResult=\r\nErrorID=\r\n"
+    place = t.target.own_path(folder)
+    job += f"Source={place}\\TempDownload\\ActiveUpdate\\Pattern\r\nDestination={place}\\Pattern\r\n"
+    job += f"Backup={place}\\TempDownload\\ActiveUpdate\\Pattern\\Backup\r\n[Log]\r\nFinished=\r\nResult=\r\nErrorID=\r\n"
     (folder / "Patch.ini").write_bytes(job.encode())
     (folder / "patch_mode.txt").write_text(mode)
-    return folder, subprocess.run([program], stdin=subprocess.DEVNULL, timeout=30).returncode
+    return folder, run_patch_program(t, folder)
 
 
 def test_the_same_seed_makes_the_same_service(t):
@@ -97,7 +108,7 @@ def test_the_patch_program_ends_with_a_code_and_no_output_as_it_is_told(t):
     folder, code = prepared(t, "exit=3")
     assert code == 3 and not (folder / "Pattern/lpt$vpn.101").exists()
     (folder / "patch_mode.txt").write_text("no-output")
-    assert subprocess.run([folder / "Patch.exe"], timeout=30).returncode == 0
+    assert run_patch_program(t, folder) == 0
     assert not (folder / "Pattern/lpt$vpn.101").exists()
 
 
@@ -112,6 +123,7 @@ def test_product_keys_are_padded(t):
     assert made == [f"Info_22_1_{part}_1" for part in ("05058", "05000", "00000", "01002003")], made
 
 
+@framework.only_on("linux", "the demo is a script for Linux")
 def test_the_demo_shows_three_passes_and_what_they_published(t):
     command = [sys.executable, "-B", framework.REPOSITORY / "demo/show_run.py", "--executable", t.executable]
     done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=120)

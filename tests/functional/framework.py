@@ -36,9 +36,20 @@ import service  # noqa: E402
 from app_folder import AppFolder  # noqa: E402
 from faulty_server import FaultyServer  # noqa: E402
 from scripted_ftp import ScriptedFtp  # noqa: E402
+from target import Target  # noqa: E402
 from web_servers import Nginx, ProgramMissing, TinyProxy  # noqa: E402
 
 SKIPPED = 77
+
+
+def only_on(system, reason):
+    """Marks a test that means something on one system ("linux", "windows") only; the others say so in their list."""
+
+    def mark(function):
+        function.only_on = (system, reason)
+        return function
+
+    return mark
 
 
 class Test:
@@ -47,6 +58,7 @@ class Test:
     def __init__(self, name, executable, seed):
         self.name = name
         self.executable = executable
+        self.target = Target(executable)
         self.random = random.Random(f"{seed}/{name}")
         # The folder of the test lies one deeper, so that what escapes from an application folder is seen here.
         self.top = Path(os.path.realpath(tempfile.mkdtemp(prefix="vlmr-test-")))
@@ -211,11 +223,16 @@ def main():
     if options.list:
         print("\n".join(tests))
         return
+    target = Target(options.executable)
+    elsewhere = {name: test.only_on for name, test in tests.items() if getattr(test, "only_on", (target.name,))[0] != target.name}
+    tests = {name: test for name, test in tests.items() if name not in elsewhere}
     wanted = {name: test for name, test in tests.items() if fnmatch.fnmatch(name, f"*{options.filter}*")}
     print(f"seed {options.seed}")
     outcomes = [run_one(name, test, options) for name, test in wanted.items()]
+    for name, (system, reason) in elsewhere.items():
+        print(f"only on {system}: {name[len('test_') :].replace('_', ' ')} ({reason})")
     passed, failed, skipped = (outcomes.count(word) for word in ("passed", "failed", "skipped"))
     print(f"{passed} passed, {failed} failed, {skipped} skipped")
     if failed:
         sys.exit(1)
-    sys.exit(SKIPPED if skipped and not passed else 0)
+    sys.exit(SKIPPED if not passed and (skipped or elsewhere) else 0)

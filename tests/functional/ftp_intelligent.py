@@ -74,7 +74,7 @@ def test_real_daemons_take_and_give_patterns_in_both_modes(t):
 def test_the_log_of_a_download_is_as_described(t):
     app, server, _ = scripted(t, "099", "098", "101", "100")
     run = app.run()
-    zip_path = f"{app.path}\\ActiveUpdate\\Pattern\\vsapi.zip"
+    zip_path = f"{app.place}\\ActiveUpdate\\Pattern\\vsapi.zip"
     own = [line for line in run.log if line.startswith((PREFIX, "GetLastPatternFromList"))]
     compare_lines(
         own,
@@ -93,7 +93,7 @@ def test_the_log_of_a_download_is_as_described(t):
             "GetLastPatternFromList: Found 101 Pattern version",
             PREFIX + "Last Pattern version found on FTP folder= 101",
             PREFIX + "Try to Get last pattern from remote folder",
-            PREFIX + f"Zip {app.path}\\Pattern\\lpt$vpn.101 To {zip_path}",
+            PREFIX + f"Zip {app.place}\\Pattern\\lpt$vpn.101 To {zip_path}",
             PREFIX + "Writing server.ini file",
         ],
     )
@@ -121,7 +121,7 @@ def test_an_older_pattern_in_the_shared_folder_is_joined_by_the_newer_one(t):
 
 def test_no_pattern_anywhere_is_reported(t):
     app, server, _ = scripted(t, None)
-    app.run().log.expect(PREFIX + f"ERROR TO FIND {app.path}\\Pattern\\lpt$vpn.0")
+    app.run().log.expect(PREFIX + f"ERROR TO FIND {app.place}\\Pattern\\lpt$vpn.0")
     assert "STOR" not in server.words()
 
 

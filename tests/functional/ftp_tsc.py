@@ -64,7 +64,7 @@ def test_the_log_of_a_fetch_is_as_described(t):
             PREFIX + "Internet version: [12345]",
             PREFIX + "=======================",
             PREFIX + "New version found [12345]",
-            PREFIX + f"Download [tsc12345.zip] to [{app.path}\\TempDownload]",
+            PREFIX + f"Download [tsc12345.zip] to [{app.place}\\TempDownload]",
         ],
     )
     # A stand-in without a version resource has no version.
@@ -159,7 +159,7 @@ def test_a_name_in_capitals_is_asked_for_as_it_is_listed(t):
     app, server, folder = scripted(t, ("12345",))
     (folder / "tsc12345.zip").rename(folder / "TSC12345.ZIP")
     run = app.run()
-    run.log.expect(PREFIX + f"Download [tsc12345.zip] to [{app.path}\\TempDownload]")
+    run.log.expect(PREFIX + f"Download [tsc12345.zip] to [{app.place}\\TempDownload]")
     assert [command for command in server.commands if command.startswith("RETR")][0].endswith("TSC12345.ZIP")
     assert "TSC.zip" in app.files("ActiveUpdate/TSC")
 

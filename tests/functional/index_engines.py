@@ -20,8 +20,8 @@ def engine_requests(server):
 def test_the_log_of_one_engine_is_as_described(t):
     app, server = engine_mirror(t, {KEY: "6.510"})
     run = app.run()
-    fresh = f"{app.path}\\TempDownload\\ActiveUpdate"
-    mirror = f"{app.path}\\ActiveUpdate"
+    fresh = f"{app.place}\\TempDownload\\ActiveUpdate"
+    mirror = f"{app.place}\\ActiveUpdate"
     part = run.log.scope(f"Checkengine: {KEY} on Temp", "Checkengine: Path_VSAPI32_SOLARIS_SPARC on Temp")[:-1]
     own = [line for line in part if line.startswith("Checkengine: ")]
     assert own == [

@@ -24,7 +24,7 @@ def test_the_log_of_one_product_is_as_described(t):
     key = "Info_1_1_05058_1"
     rule = "VerifyProductByIndex: ----------------------------------------"
     update, full = "Product/1/1/update.zip", "Product/1/1/full.zip"
-    mirror = f"{app.path}\\ActiveUpdate\\Product\\1\\1"
+    mirror = f"{app.place}\\ActiveUpdate\\Product\\1\\1"
     assert own == [
         "VerifyProductByIndex: Verify product number [1] [Lang: 1]",
         "VerifyProductByIndex: Analyze [1,5.58]",

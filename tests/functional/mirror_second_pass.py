@@ -48,7 +48,7 @@ def test_a_newer_version_is_fetched_and_the_working_folder_follows(t):
     assert server.take_paths() == wanted
     run.log.expect(
         "StartActiveUpdate: Pattern Stored version= [100] Pattern version on ActiveUpdate=[101]",
-        f"DeplaceFile: Kill {app.path}\\ActiveUpdate\\Pattern\\vsapi.zip",
+        f"DeplaceFile: Kill {app.place}\\ActiveUpdate\\Pattern\\vsapi.zip",
         "RefreshPatternFolder: Delete pattern lpt$vpn.100",
         "DeleteOldIncrementFiles: ROOT=%ANY%=> exclude pattern=101",
         "KillPatternServer: Last Pattern [101]",
@@ -89,7 +89,7 @@ def test_a_disabled_session_deletes_the_mail_file_and_fetches_nothing(t):
     run = app.run()
     run.log.expect(
         "StartActiveUpdate: Version VlMr %V%",
-        f"StartActiveUpdate: Delete {app.path}\\mail.ini",
+        f"StartActiveUpdate: Delete {app.place}\\mail.ini",
         "StartActiveUpdate:This function is disabled, Aborting...",
         "StartingOperations: All operations executed, clean old Patterns",
     )

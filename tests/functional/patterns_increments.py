@@ -81,7 +81,7 @@ def test_the_job_file_is_as_described(t):
     app.put("Pattern/ofcscan.ini", "old")
     t.publish(t.offer, version="101", increments_from=("100",))
     app.run()
-    source = f"{app.path}\\TempDownload\\ActiveUpdate\\Pattern"
+    source = f"{app.place}\\TempDownload\\ActiveUpdate\\Pattern"
     lines = [
         "[debug]",
         "MODE=3",
@@ -98,7 +98,7 @@ def test_the_job_file_is_as_described(t):
         "ProductID=22",
         "Merge=1",
         f"Source={source}",
-        f"Destination={app.path}\\Pattern",
+        f"Destination={app.place}\\Pattern",
         f"Backup={source}\\Backup",
         "[Log]",
         "Finished=",

@@ -44,7 +44,7 @@ def test_reduced_runs_followed_through(t):
         "DownloadOnlyFirstPattern: FileIncrement=[%ANY%",
         "DownloadOnlyFirstPattern: Launch Patch Function",
         "DownloadOnlyFirstPattern: Incerment=True",
-        f"DownloadOnlyFirstPattern: ZIP VSAPI{app.path}\\ActiveUpdate\\Pattern\\lpt$vpn.101 to %ANY%",
+        f"DownloadOnlyFirstPattern: ZIP VSAPI{app.place}\\ActiveUpdate\\Pattern\\lpt$vpn.101 to %ANY%",
         "PrepareMail: Switch=[1] Version=[101 [Method=Increment]]",
         END,
     )

@@ -18,13 +18,6 @@ NOT_AWAITED = ("QueueMailer.exe", "PageScribe.exe", "Dialer.exe", "Sharewell.exe
 MAILS = ("OPP", "SPAM", "PRODUCTS", "RedAlert", "Engine", "TSC")
 PRODUCTS = (6, 22)
 
-REPORT = """
-import sys, urllib.request
-opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
-opener.open("http://127.0.0.1:%d/started?" + sys.argv[1]).read()
-"""
-
-
 class Journal:
     """Requests, commands and starts in the order of their happening."""
 
@@ -67,27 +60,24 @@ class Journal:
             fields = (process / "stat").read_bytes().rsplit(b")", 1)[1].split()
         except OSError:
             return None
-        if len(words) < 2 or Path(words[1]).parent != self.app.path or Path(words[1]).name not in NOT_AWAITED:
+        place = 0 if self.app.target.is_windows else 1  # a script stands behind its interpreter
+        folder, _, name = words[place].strip('"').rpartition("\\" if place == 0 else "/") if len(words) > place else ("", "", "")
+        if folder != self.app.place or name not in NOT_AWAITED:
             return None
-        return int(fields[19]), int(process.name), int(fields[1]), Path(words[1]).name
+        return int(fields[19]), int(process.name), int(fields[1]), name
 
 
-def install_siblings(t, app, web):
+def install_siblings(app, web):
     """Stand-ins for all sibling programs; the dial-up program answers, the patch program works."""
-    report = t.folder / "app.output.report"
-    report.write_text(REPORT % web.port)
     (web.root / "started").write_text("noted")
-    stay = f'until test -e "{app.path}/ended"; do sleep 0.05; done'
-    answer = (
-        f'until grep -q Connection=2 "{app.path}/Dialer.ini" && grep -q Disconnect=0 "{app.path}/Dialer.ini"; do sleep 0.05; done\n'
-        f'printf "[RAS]\\r\\nConnection=1\\r\\n" > "{app.path}/answer" && mv "{app.path}/answer" "{app.path}/Dialer.ini"\n'
-    )
+    answer = ("until-text Dialer.ini Connection=2", "until-text Dialer.ini Disconnect=0", "write Dialer.ini [RAS]\\nConnection=1\\n")
     for name in NOT_AWAITED:
-        app.install_sibling(name, (answer if name == "Dialer.exe" else "") + stay)
+        app.install_sibling(name, *(answer if name == "Dialer.exe" else ()), "wait-for ended")
+    app.install_patch_program()
+    (app.path / "Patch.exe").rename(app.path / "patch_tool")
     for name in ("ClientAudit.exe", "Ledgerbook.exe", "Patch.exe"):
-        work = f'exec python3 -B "{app.path}/patch_tool"' if name == "Patch.exe" else ""
-        app.install_sibling(name, f'python3 "{report}" {name} || exit 1\n{work}')
-    app.put("patch_tool", (framework.REPOSITORY / "demo/patch_program.py").read_bytes())
+        work = ["run patch_tool"] if name == "Patch.exe" else []
+        app.install_sibling(name, f"get {web.port} /started?{name}", *work)
 
 
 def everything_on(web, ftp):
@@ -133,7 +123,7 @@ def everything_run(t):
     shared.mkdir()
     (shared / "lpt$vpn.100").write_bytes(service.pattern_bytes("100"))
     ftp = t.scripted_ftp(root / "ftp")
-    install_siblings(t, app, web)
+    install_siblings(app, web)
     app.write_settings(everything_on(web, ftp))
     journal = Journal(app)
     web.observer, ftp.observer = journal.http, journal.ftp

@@ -33,6 +33,18 @@ def matching_tests(file, pattern):
     return [name for name in names if fnmatch.fnmatch(name, f"*{pattern}*")], False
 
 
+def print_one_system_tests():
+    """The tests that run with one executable only, with the reason."""
+    marked = re.compile(r'^@framework\.only_on\(\s*"(\w+)",\s*"([^"]*)",?\s*\)\ndef test_(\w+)\(', re.MULTILINE)
+    total = 0
+    for file in test_files():
+        text = file.read_text(encoding="utf-8")
+        total += len(re.findall(r"^def test_", text, re.MULTILINE))
+        for system, reason, name in marked.findall(text):
+            print(f"only on {system}: {file.stem}: {name.replace('_', ' ')} ({reason})")
+    print(f"{total} functional tests in all")
+
+
 def run_file(file, options):
     names, whole = matching_tests(file, options.filter)
     if not names:
@@ -48,12 +60,18 @@ def run_file(file, options):
 
 def main():
     parser = argparse.ArgumentParser(description="Runs all functional tests.")
-    parser.add_argument("--executable", required=True)
+    parser.add_argument("--executable")
+    parser.add_argument("--one-system", action="store_true", help="list the tests that run on one system only")
     parser.add_argument("--filter", default="*", metavar="PATTERN")
     parser.add_argument("--keep", action="store_true")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, metavar="N")
     parser.add_argument("--timeout-factor", default="1", metavar="F")
     options = parser.parse_args()
+    if options.one_system:
+        print_one_system_tests()
+        return
+    if not options.executable:
+        parser.error("--executable is needed")
 
     totals = [0, 0, 0]
     broken = []

@@ -18,10 +18,8 @@ def starts_settle(app, name, count):
 
 def dial(app, answer):
     """A stand-in for the dial-up program: answers once the run has written that it waits."""
-    asked = f'grep -q Connection=2 "{app.path}/Dialer.ini" && grep -q Disconnect=0 "{app.path}/Dialer.ini"'
-    wait = f"until {asked}; do sleep 0.05; done"
-    done = f'printf "[RAS]\\r\\nConnection={answer}\\r\\n" > "{app.path}/answer" && mv "{app.path}/answer" "{app.path}/Dialer.ini"'
-    app.install_sibling("Dialer.exe", f"{wait}\n{done}")
+    wait = ("until-text Dialer.ini Connection=2", "until-text Dialer.ini Disconnect=0")
+    app.install_sibling("Dialer.exe", *wait, f"write Dialer.ini [RAS]\\nConnection={answer}\\n")
 
 
 def test_the_status_page_writer_is_started_five_times(t):
@@ -35,11 +33,11 @@ def test_the_status_page_writer_is_started_five_times(t):
 def test_the_client_check_and_the_first_add_on_are_awaited_in_order(t):
     app = t.app()
     app.write_settings({**SESSION_OFF, "OFFICESCAN_UPDATE": {"Enable": "1"}, "NOTIFICATION": {"EnableVirusNotifications": "True"}})
-    app.install_sibling("ClientAudit.exe", f'sleep 0.3; touch "{app.path}/audited"')
-    app.install_sibling("Ledgerbook.exe", f'test -e "{app.path}/audited" && touch "{app.path}/booked"')
+    app.install_sibling("ClientAudit.exe", "pause 300", "make audited")
+    app.install_sibling("Ledgerbook.exe", "need audited", "make booked")
     app.install_sibling("Sharewell.exe")
     run = app.run()
-    run.log.expect(f"StartActiveUpdate: Execute : {app.path}\\ClientAudit.exe", "Launch Ledgerbook.exe addon...")
+    run.log.expect(f"StartActiveUpdate: Execute : {app.place}\\ClientAudit.exe", "Launch Ledgerbook.exe addon...")
     run.log.refuse("WaitFor:", "Launch Sharewell")
     assert (app.path / "booked").exists() and not app.starts_of("Sharewell.exe")
 
@@ -57,7 +55,7 @@ def test_missing_siblings_leave_no_trace_but_the_awaited_ones(t):
 def test_a_sibling_that_may_not_be_executed_is_an_error_of_the_wait(t):
     app = t.app()
     app.write_settings({**SESSION_OFF, "OFFICESCAN_UPDATE": {"Enable": "1"}})
-    app.put("ClientAudit.exe", b"\x00\x01 neither a program nor a script").chmod(0o755)
+    app.put("ClientAudit.exe", b"MZ neither a program nor a script").chmod(0o755)
     run = app.run()
     run.log.expect("WaitFor: Error code 5 Invalid procedure call or argument")
     run.log.expect("StartingOperations: VLMR terminate...")
@@ -66,13 +64,18 @@ def test_a_sibling_that_may_not_be_executed_is_an_error_of_the_wait(t):
 def test_children_get_neither_handles_nor_streams_of_the_run(t):
     app = t.app()
     app.write_settings({**SESSION_OFF, "OFFICESCAN_UPDATE": {"Enable": "1"}})
-    app.install_sibling("ClientAudit.exe", f'ls -l /proc/$$/fd > "{app.path}/handles"; pwd > "{app.path}/where"; echo noise')
+    app.install_sibling("ClientAudit.exe", "report seen")
     app.run()
-    targets = [line.split(" -> ")[1] for line in app.text("handles").splitlines() if " -> " in line]
-    own = [name for name in targets if str(app.path) in name and not name.endswith(("/handles", "/ClientAudit.exe"))]
+    seen = app.report_of("seen")
+    assert ("folder", app.place) in seen, seen
+    if app.target.is_windows:
+        streams = [leads for word, leads in seen if word in ("in", "out", "error")]
+        assert len(streams) == 3 and not [leads for leads in streams if "VlMR" in leads or "output" in leads], seen
+        return
+    targets = [leads for word, leads in seen if word == "handle"]
+    own = [name for name in targets if str(app.path) in name and not name.endswith(("/seen.new", "/ClientAudit.exe"))]
     assert not own, targets
     assert targets.count("/dev/null") >= 2, targets
-    assert app.text("where").strip() == str(app.path)
 
 
 def test_a_connected_line_lets_the_run_go_on_and_is_hung_up(t):
@@ -138,7 +141,7 @@ def test_waiting_for_the_line_costs_no_processor_time(t):
 def test_waiting_for_a_sibling_costs_no_processor_time(t):
     app = t.app()
     app.write_settings({**SESSION_OFF, "OFFICESCAN_UPDATE": {"Enable": "1"}})
-    app.install_sibling("ClientAudit.exe", f'until test -e "{app.path}/enough"; do sleep 0.1; done')
+    app.install_sibling("ClientAudit.exe", "wait-for enough")
     child = app.start()
     wait_until(lambda: app.starts_of("ClientAudit.exe"), "the client check runs")
     before, started = child.cpu_seconds(), time.monotonic()
@@ -154,9 +157,7 @@ def test_waiting_for_a_sibling_costs_no_processor_time(t):
 def test_the_mail_sender_outlives_the_run_and_the_service_that_made_it(t):
     app = t.app()
     app.write_settings(SESSION_OFF)
-    app.install_sibling(
-        "QueueMailer.exe", f'until test -e "{app.path}/over"; do sleep 0.1; done; echo >> "{app.path}/sent"'
-    )
+    app.install_sibling("QueueMailer.exe", "wait-for over", "make sent")
     app.run()
     app.put("over", b"")
     wait_until(lambda: (app.path / "sent").exists(), "the mail sender ends its work")

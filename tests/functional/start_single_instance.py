@@ -52,7 +52,7 @@ def test_a_killed_run_does_not_block_the_next(t):
 
 def test_a_mail_sender_that_outlives_the_run_does_not_block_the_next(t):
     app = t.app()
-    app.install_sibling("QueueMailer.exe", "exec sleep 60")
+    app.install_sibling("QueueMailer.exe", "never-end")
     app.run("x")
     wait_until(lambda: app.starts_of("QueueMailer.exe"), "the mail sender starts")
     assert app.run("y").log[-1] == "Command: sTCom=[y]"
@@ -75,12 +75,12 @@ def test_the_name_in_the_log_is_that_of_the_running_file_without_its_extension(t
 
 
 def test_a_request_to_end_is_logged_and_ends_with_code_0(t):
-    for number, signal in enumerate((15, 2)):
+    for number, ask in enumerate(t.app("asks").ways_to_end()):
         app = t.app(f"app{number}")
         app.write_settings({"RAS": {"Enable": "1"}})
         child = app.start()
         wait_until(lambda a=app: a.setting("RAS", "Connection", "Dialer.ini") == "2", "the run waits")
-        child.send(signal)
+        ask(child)
         assert child.wait(10) == 0
         assert app.log()[-1] == "Unloading: [0] Terminate"
 

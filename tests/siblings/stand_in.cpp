@@ -2,17 +2,21 @@
 // the application folder and lays `<name>.actions` beside it, a line for each thing to do; without that file
 // it ends at once with 0.
 //
-//     wait-for FILE      until FILE stands in the folder
-//     pause N            N milliseconds
-//     need FILE          ends with 1 when FILE is missing
-//     make FILE          makes an empty file
-//     write FILE TEXT    writes TEXT in one step; "\n" in it is a line end of Windows
-//     need-text FILE TEXT  ends with 1 when no line of FILE is TEXT
-//     never-end          does nothing for ever
-//     report FILE [N]    writes what it was started with: folder, window, streams, whether it has the handle
-//     N exit N             ends with the code N
+//     wait-for FILE         until FILE stands in the folder
+//     until-text FILE TEXT  until a line of FILE is TEXT
+//     pause N               N milliseconds
+//     need FILE             ends with 1 when FILE is missing
+//     make FILE             makes an empty file
+//     write FILE TEXT       writes TEXT in one step; "\n" in it is a line end of Windows
+//     get PORT PATH         an HTTP request to this machine; ends with 1 when it fails
+//     run FILE              another program of the folder; ends with its code unless that is 0
+//     report FILE [N]       writes how it was started: folder, window, streams, where the handle N leads
+//     never-end             does nothing for ever
+//     exit N                ends with the code N
 //
 // Each start adds a line with its process id to `<name>.starts`.
+#include <winsock2.h>
+// behind winsock2.h, which it needs
 #include <windows.h>
 
 #include <cstdlib>
@@ -84,6 +88,40 @@ std::string Report(const std::string& handle) {
   return text;
 }
 
+bool Get(int port, const std::string& path) {
+  WSADATA data{};
+  WSAStartup(MAKEWORD(2, 2), &data);
+  const SOCKET connection = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<u_short>(port));
+  if (connect(connection, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) return false;
+  const std::string request = "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n";
+  send(connection, request.data(), static_cast<int>(request.size()), 0);
+  std::string answer;
+  char buffer[1024];
+  for (int got = 0; (got = recv(connection, buffer, sizeof buffer, 0)) > 0;) {
+    answer.append(buffer, static_cast<std::size_t>(got));
+  }
+  closesocket(connection);
+  return answer.find(" 200 ") != std::string::npos;
+}
+
+int Run(const fs::path& program) {
+  STARTUPINFOW start{};
+  start.cb = sizeof start;
+  PROCESS_INFORMATION made{};
+  if (!CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start,
+                      &made)) {
+    return 1;
+  }
+  WaitForSingleObject(made.hProcess, INFINITE);
+  DWORD code = 1;
+  GetExitCodeProcess(made.hProcess, &code);
+  return static_cast<int>(code);
+}
+
 /// Does one thing; the exit code when that ends the program, -1 otherwise.
 int Do(const fs::path& folder, const std::string& line) {
   std::istringstream words(line);
@@ -99,7 +137,15 @@ int Do(const fs::path& folder, const std::string& line) {
     while (!fs::exists(path)) Sleep(10);
   }
   if (verb == "need" && !fs::exists(path)) return 1;
-  if (verb == "need-text" && !HasLine(path, Rest(words))) return 1;
+  if (verb == "until-text") {
+    const std::string wanted = Rest(words);
+    while (!HasLine(path, wanted)) Sleep(10);
+  }
+  if (verb == "get" && !Get(std::atoi(name.c_str()), Rest(words))) return 1;
+  if (verb == "run") {
+    const int code = Run(path);
+    if (code != 0) return code;
+  }
   if (verb == "make") WriteInOneStep(path, "");
   if (verb == "write") WriteInOneStep(path, Rest(words));
   if (verb == "report") WriteInOneStep(path, Report(Rest(words)));

@@ -3,11 +3,14 @@
 import os
 import re
 import shutil
+import signal
+import subprocess
 from dataclasses import dataclass
 from pathlib import Path
 
 from log_lines import LogLines
 from processes import Child
+from target import Target
 
 TEMPORARY_MARK = ".vlmr-tmp"
 
@@ -39,15 +42,17 @@ class AppFolder:
         folder.mkdir(parents=True)
         # The program names its folder as the kernel does, without links.
         self.path = Path(os.path.realpath(folder))
+        self.target = Target(executable)
         self.name = name
-        self.executable = self.path / name
+        self.executable = self.path / self.target.file_name(name)
         # A copy, not a link: the program takes its single-instance lock on this file.
         shutil.copy2(executable, self.executable)
         self.environment = {"PATH": "/usr/bin:/bin", "HOME": str(self.path), "TZ": "UTC", "LC_ALL": "C"}
+        self.environment.update(self.target.environment)
         for variable in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"):
             if variable in os.environ:
                 self.environment[variable] = os.environ[variable]
-        self.launcher = []
+        self.launcher = self.target.launcher
         """What stands before the executable on its command line: a program that starts it."""
         self._runs = 0
         self._children = []
@@ -79,20 +84,44 @@ class AppFolder:
         """A file as text, line ends as they stand."""
         return (self.path / relative).read_bytes().decode("latin-1")
 
+    @property
+    def place(self):
+        """The folder as the program spells it."""
+        return self.target.own_path(self.path)
+
     def own(self, tail):
         """A path in the program's own notation: the folder, then parts divided by backslashes."""
-        return f"{self.path}{tail}"
+        return f"{self.place}{tail}"
 
-    def install_sibling(self, name, action="", shell="/bin/sh"):
-        """Installs a stand-in for a sibling program; each start leaves a line with its process id in `<name>.starts`."""
-        script = f'#!{shell}\necho $$ >> "{self.path}/{name}.starts"\n{action}\n'
-        self.put(name, script).chmod(0o755)
+    def install_sibling(self, name, *actions):
+        """Installs a stand-in for a sibling program; each start leaves a line with its process id in `<name>.starts`.
+
+        Actions, one after the other: `wait-for FILE`, `until-text FILE LINE`, `pause MILLISECONDS`, `need FILE`,
+        `make FILE`, `write FILE TEXT` ("\\n" in it is CR LF), `get PORT PATH` (an HTTP request to this machine),
+        `run FILE` (another program of the folder), `report FILE`, `never-end`, `exit CODE`.
+        """
+        if self.target.is_windows:
+            self._install(name, self.target.siblings / "stand_in.exe")
+            self.put(f"{name}.actions", "".join(action + "\n" for action in actions))
+        else:
+            lines = [f'cd "{self.path}"', f"echo $$ >> {name}.starts", *(shell_line(action) for action in actions)]
+            self.put(name, "#!/bin/sh\n" + "\n".join(lines) + "\n").chmod(0o755)
 
     def install_patch_program(self, modes=""):
         """Installs the demo's patch program; `modes` are its words for doing something wrong."""
-        source = Path(__file__).resolve().parents[2] / "demo" / "patch_program.py"
-        self.put("Patch.exe", source.read_bytes()).chmod(0o755)
+        if self.target.is_windows:
+            self._install("Patch.exe", self.target.siblings / "patch_program.exe")
+        else:
+            source = Path(__file__).resolve().parents[2] / "demo" / "patch_program.py"
+            self.put("Patch.exe", source.read_bytes()).chmod(0o755)
         self.put("patch_mode.txt", modes)
+
+    def _install(self, name, source):
+        self.put(name, source.read_bytes()).chmod(0o755)
+
+    def report_of(self, file):
+        """What a stand-in reported: pairs of a word and a text."""
+        return [tuple(line.split("=", 1)) for line in self.text(file).splitlines()]
 
     def mails(self):
         """The queued mails as pairs of control file and body, in the order of their making."""
@@ -147,8 +176,22 @@ class AppFolder:
         command = [*self.launcher, str(self.executable), *arguments]
         stderr = self.path.parent / f"{self.path.name}.output.{self._runs}"
         child = Child(command, self.path, {**self.environment, **(environment or {})}, stderr)
+        child.program = self.executable
         self._children.append(child)
         return child
+
+    def ways_to_end(self):
+        """The ways in which the system asks a program to end, as functions of the running program."""
+        if not self.target.is_windows:
+            return [lambda child, number=number: child.send(number) for number in (signal.SIGTERM, signal.SIGINT)]
+        closer = [*self.launcher, str(self.target.siblings / "close_form.exe")]
+        nowhere = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+
+        def close_form(child):
+            own = self.target.own_path(child.program)
+            subprocess.run([*closer, own], check=True, env=self.environment, **nowhere)
+
+        return [close_form]
 
     def log(self):
         """All lines of the log so far."""
@@ -174,9 +217,8 @@ class AppFolder:
     def stop_children(self):
         for child in self._children:
             child.kill()
-        for starts in self.path.glob("*.starts"):
-            for pid in self.starts_of(starts.name[: -len(".starts")]):
-                end_if_sibling(pid, self.path)
+        if any(self.path.glob("*.starts")):
+            end_siblings(self.path)
 
     def temporary_files(self):
         return [str(p) for p in self.path.rglob("*") if TEMPORARY_MARK in p.name]
@@ -194,13 +236,37 @@ class AppFolder:
             assert not re.search("AddressSanitizer|LeakSanitizer|runtime error:", text), text
 
 
-def end_if_sibling(pid, folder):
-    """Ends a stand-in that a test left running; a process id that was given to another program is left alone."""
-    try:
-        if os.readlink(f"/proc/{pid}/cwd") == str(folder):
-            os.kill(pid, 9)
-    except OSError:
-        pass
+def end_siblings(folder):
+    """Ends the stand-ins that a test left running; they work in the application folder of that test alone."""
+    for process in Path("/proc").iterdir():
+        try:
+            if process.name.isdigit() and os.readlink(process / "cwd") == str(folder):
+                os.kill(int(process.name), signal.SIGKILL)
+        except OSError:
+            pass
+
+
+def shell_line(action):
+    """An action of a stand-in as a line of shell that works in the application folder."""
+    verb, _, rest = action.partition(" ")
+    name, _, text = rest.partition(" ")
+    appears = f'mv "{name}.new" "{name}"'
+    lines = {
+        "wait-for": f'until test -e "{name}"; do sleep 0.05; done',
+        "until-text": f"until tr -d '\\r' < \"{name}\" | grep -qxF '{text}'; do sleep 0.05; done",
+        "pause": f"sleep $(( {name or 0} / 1000 )).{int(name) % 1000 if name.isdigit() else 0:03}",
+        "need": f'test -e "{name}" || exit 1',
+        "make": f'touch "{name}"',
+        "write": f"printf '%s' '{text}' | sed 's/\\\\n/\\r\\n/g' > \"{name}.new\"; {appears}",
+        "get": f"python3 -c 'import urllib.request as u; "
+        f'u.build_opener(u.ProxyHandler({{}})).open("http://127.0.0.1:{name}{text}").read()\' || exit 1',
+        "run": f'"./{name}" || exit',
+        "report": f'pwd | sed s/^/folder=/ > "{name}.new"; '
+        f'ls -l /proc/$$/fd | sed -n "s/.* -> /handle=/p" >> "{name}.new"; {appears}; echo noise',
+        "never-end": "exec sleep 600",
+        "exit": f"exit {name}",
+    }
+    return lines[verb]
 
 
 def read_ini(path):

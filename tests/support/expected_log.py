@@ -30,20 +30,20 @@ def pattern_stored(app, version, unpacked=False):
     lines = ["PatternStored: Find the Last Pattern stored ================="]
     if unpacked:
         lines += [
-            f"PatternStored: First pattern found= {app.path}\\Pattern\\lpt$vpn.*=",
-            f"PatternStored: Try to Uncompress {app.path}\\Activeupdate\\Pattern\\vsapi.zip",
-            f"UnzipLatestPattern : {app.path}\\ActiveUpdate\\Pattern\\vsapi.zip=vsapi.zip",
+            f"PatternStored: First pattern found= {app.place}\\Pattern\\lpt$vpn.*=",
+            f"PatternStored: Try to Uncompress {app.place}\\Activeupdate\\Pattern\\vsapi.zip",
+            f"UnzipLatestPattern : {app.place}\\ActiveUpdate\\Pattern\\vsapi.zip=vsapi.zip",
             "UnzipLatestPattern =True",
         ]
     else:
-        lines.append(f"PatternStored: First pattern found= {app.path}\\Pattern\\lpt$vpn.*=lpt$vpn.{version}")
+        lines.append(f"PatternStored: First pattern found= {app.place}\\Pattern\\lpt$vpn.*=lpt$vpn.{version}")
     return lines + [
         f"PatternStored: Tests=lpt$vpn.{version}",
         "PatternStored: %N%",
         "CleanPatternFolder: Clean the folder now...",
         f"CleanPatternFolder: Verify Pattern to kill => lpt$vpn.{version}",
         f"CleanPatternFolder: Verify Pattern Skip the actual pattern lpt$vpn.{version}",
-        f"CleanPatternFolder: Found => {app.path}\\ActiveUpdate\\Pattern\\",
+        f"CleanPatternFolder: Found => {app.place}\\ActiveUpdate\\Pattern\\",
         f"PatternStored: Actual pattern version found {version}",
         "PatternStored: Find the Last Pattern stored =================",
     ]
@@ -53,9 +53,9 @@ def first_install(app):
     """The lines of a look for the held pattern when there is neither a pattern nor an archive."""
     return [
         "PatternStored: Find the Last Pattern stored =================",
-        f"PatternStored: First pattern found= {app.path}\\Pattern\\lpt$vpn.*=",
-        f"PatternStored: Try to Uncompress {app.path}\\Activeupdate\\Pattern\\vsapi.zip",
-        f"UnzipLatestPattern : {app.path}\\ActiveUpdate\\Pattern\\vsapi.zip=",
+        f"PatternStored: First pattern found= {app.place}\\Pattern\\lpt$vpn.*=",
+        f"PatternStored: Try to Uncompress {app.place}\\Activeupdate\\Pattern\\vsapi.zip",
+        f"UnzipLatestPattern : {app.place}\\ActiveUpdate\\Pattern\\vsapi.zip=",
         "PatternStored: Uncompress False Pattern=0 this is the first install",
     ]
 
@@ -78,7 +78,7 @@ def expand(text, app, server):
     """
     lines = []
     for line in text.splitlines():
-        line = line.replace("%AF%", str(app.path)).replace("%BASE%", server.base)
+        line = line.replace("%AF%", app.place).replace("%BASE%", server.base)
         word, _, rest = line.partition(" ")
         if word == "@download":
             tail, local = rest.split("|")

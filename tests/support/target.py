@@ -1,0 +1,70 @@
+"""The system that the tested executable is made for: how it is started here, and how paths look to it.
+
+A Windows executable runs under Wine; servers, files and the tests themselves stay on Linux. Wine shows this machine's root
+folder as drive Z: and the `drive_c` of its own folder as drive C:.
+"""
+
+import os
+import subprocess
+from functools import cached_property
+from pathlib import Path
+
+REPOSITORY = Path(__file__).resolve().parents[2]
+
+
+class Target:
+    """What differs between the two systems in the functional tests."""
+
+    def __init__(self, executable):
+        self.is_windows = Path(executable).suffix == ".exe"
+        self.name = "windows" if self.is_windows else "linux"
+        self.siblings = Path(executable).parent / "tests" / "siblings"
+        """Where the stand-ins of the Windows build are."""
+
+    @cached_property
+    def wine_prefix(self):
+        made = subprocess.run(
+            [REPOSITORY / "script/wine_run", "--prepare"], check=True, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE
+        )
+        return Path(made.stdout.decode().strip())
+
+    @property
+    def launcher(self):
+        """What stands before a program of the target on a command line."""
+        if not self.is_windows:
+            return []
+        wine = Path("/usr/lib/wine/wine64")
+        return [str(wine) if wine.exists() else "wine64"]
+
+    @property
+    def environment(self):
+        """Variables that a program of the target needs, on top of the usual ones."""
+        if not self.is_windows:
+            return {}
+        overrides = "winemenubuilder.exe=d;mscoree=d;mshtml=d"
+        return {"WINEPREFIX": str(self.wine_prefix), "WINEDEBUG": "-all", "WINEDLLOVERRIDES": overrides}
+
+    def own_path(self, path):
+        """A path of this machine as the target spells it."""
+        if not self.is_windows:
+            return str(path)
+        drive_c = self.wine_prefix / "drive_c"
+        if Path(path).is_relative_to(drive_c):
+            return "C:\\" + str(Path(path).relative_to(drive_c)).replace("/", "\\")
+        return "Z:" + str(path).replace("/", "\\")
+
+    def file_name(self, name):
+        """The file name of a program of the target."""
+        return f"{name}.exe" if self.is_windows and not name.endswith(".exe") else name
+
+    @property
+    def major_version(self):
+        """The system's major version as a text, as the program sees it."""
+        return "10" if self.is_windows else os.uname().release.split(".")[0]
+
+    @property
+    def moment(self):
+        """A regular expression for the moment that begins a line of the log."""
+        if self.is_windows:
+            return r"\d{1,2}/\d{1,2}/\d{4} \d{1,2}:\d\d:\d\d [AP]M"
+        return r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d"
