@@ -69,7 +69,7 @@ class Show:
             source = f"ftp://{self.ftp.host}/products/pattern/cpr"
             settings["FTP"] = {"EnableCPR": "1", "CPRUrl": source, "Passive": "1"}
         self.app.write_settings(settings)
-        shutil.copy2(REPOSITORY / "demo/patch_program.py", self.app.path / "Patch.exe")
+        self.app.install_patch_program()
 
     def mirror_pass(self, title):
         """One run of the executable; what it asked for is printed, and counted in a row of the table."""
@@ -95,7 +95,7 @@ class Show:
         self.rows.append(
             (title, road, len(requests), connections, f"{by_web:,}", len(fetched), f"{by_ftp:,}", f"{seconds:.2f}")
         )
-        print(f"\n  {title}")
+        print(f"\n  {title}:")
         print(wrapped("web", names))
         print(wrapped("FTP", fetched))
 
