@@ -67,14 +67,32 @@ class Test:
         self._apps = []
         self._servers = []
         self._known = []
+        self._elsewhere = []
 
     # --- things a test asks for -----------------------------------------------------------------------------
 
-    def app(self, folder="app", name="VlMr"):
-        """A new application folder with the executable in it."""
-        app = AppFolder(self.folder / folder, self.executable, name)
+    def app(self, folder="app", name="VlMr", executable=None):
+        """A new application folder with the executable in it, or with another one."""
+        app = AppFolder(self.folder / folder, executable or self.executable, name)
         self._apps.append(app)
         return app
+
+    def app_in_program_files(self):
+        """A new application folder whose path holds blanks, brackets and letters that ASCII lacks."""
+        top = self.folder
+        if self.target.is_windows:
+            top = Path(tempfile.mkdtemp(prefix="vlmr-test-", dir=self.target.wine_prefix / "drive_c/Program Files (x86)"))
+            self._elsewhere.append(top)
+        app = AppFolder(top / "Program Files (x86)" / "V\u00e9lmora \u00e9", self.executable)
+        self._apps.append(app)
+        return app
+
+    def linux_executable(self):
+        """The Linux executable that a Windows one is compared with."""
+        path = Path(os.environ.get("VLMR_LINUX_EXECUTABLE", REPOSITORY / "build/release/VlMr"))
+        if not path.exists():
+            raise ProgramMissing(f"{path} is not built (VLMR_LINUX_EXECUTABLE names another one)")
+        return path
 
     def apps(self):
         """The application folders made so far."""
@@ -145,6 +163,10 @@ class Test:
         for server in self._servers:
             server.stop()
 
+    def remove(self):
+        for folder in (self.top, *self._elsewhere):
+            shutil.rmtree(folder, ignore_errors=True)
+
     def standing_checks(self):
         for app in self._apps:
             app.standing_checks()
@@ -190,7 +212,7 @@ def run_one(name, function, options):
     if outcome == "failed" or options.keep:
         print(f"  kept: {test.top}")
     else:
-        shutil.rmtree(test.top, ignore_errors=True)
+        test.remove()
     sentence = name[len("test_") :].replace("_", " ")
     print(f"{outcome}: {sentence} ({time.monotonic() - started:.1f} s)", flush=True)
     return outcome

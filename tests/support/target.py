@@ -41,8 +41,13 @@ class Target:
         """Variables that a program of the target needs, on top of the usual ones."""
         if not self.is_windows:
             return {}
-        overrides = "winemenubuilder.exe=d;mscoree=d;mshtml=d"
-        return {"WINEPREFIX": str(self.wine_prefix), "WINEDEBUG": "-all", "WINEDLLOVERRIDES": overrides}
+        return {
+            "WINEPREFIX": str(self.wine_prefix),
+            "WINEDEBUG": "-all",
+            "WINEDLLOVERRIDES": "winemenubuilder.exe=d;mscoree=d;mshtml=d",
+            # Wine takes the letters of file names from the locale.
+            "LC_ALL": "C.UTF-8",
+        }
 
     def own_path(self, path):
         """A path of this machine as the target spells it."""
@@ -52,6 +57,11 @@ class Target:
         if Path(path).is_relative_to(drive_c):
             return "C:\\" + str(Path(path).relative_to(drive_c)).replace("/", "\\")
         return "Z:" + str(path).replace("/", "\\")
+
+    @property
+    def text_encoding(self):
+        """How the program writes letters that ASCII lacks."""
+        return "cp1252" if self.is_windows else "utf-8"
 
     def file_name(self, name):
         """The file name of a program of the target."""
