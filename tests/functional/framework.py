@@ -140,6 +140,10 @@ class Test:
         app.write_settings(settings(server.base, sections))
         return app, server
 
+    def keep_folder(self, folder):
+        """Tells that what a test puts into this folder belongs there."""
+        self._known.append(folder)
+
     def outside(self):
         """Files outside the application folders and the folders of the servers: what nobody should have made."""
         known = [app.path for app in self._apps] + self._known
