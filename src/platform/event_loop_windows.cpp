@@ -71,7 +71,14 @@ class WindowsEventLoop : public EventLoop {
     SetLastWords(close_handler_);
     SetConsoleCtrlHandler(OnConsoleRequest, TRUE);
   }
-  bool CloseRequested() const override { return CloseIsRequested(); }
+  /// A blocking transfer serves no messages, so a request to the form is looked for here.
+  bool CloseRequested() const override {
+    MSG message{};
+    while (!CloseIsRequested() && PeekMessageW(&message, nullptr, WM_CLOSE, WM_CLOSE, PM_REMOVE)) {
+      DispatchMessageW(&message);
+    }
+    return CloseIsRequested();
+  }
 
  private:
   struct Timer {

@@ -92,7 +92,7 @@ def test_a_request_to_end_is_obeyed_while_a_download_waits(t):
     server.fault("server.ini", faults.stall())
     child = app.start()
     wait_until(lambda: server.requests, "the request arrives")
-    child.send(15)
+    app.ways_to_end()[0](child)
     assert child.wait(10) == 0
     assert app.log()[-1] == "Unloading: [0] Terminate"
 
@@ -105,7 +105,7 @@ def test_a_request_to_end_in_the_middle_of_a_body_leaves_no_half_file_in_either_
         app.write_settings(framework.settings(server.base, {"SERVICE": {"ApiEnable": api}}))
         child = app.start()
         wait_until(app.temporary_files, "the body is written beside its target")
-        child.send(15)
+        app.ways_to_end()[0](child)
         assert child.wait(10) == 0
         assert app.log()[-1] == "Unloading: [0] Terminate"
         assert not app.temporary_files()

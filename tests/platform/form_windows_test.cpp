@@ -76,6 +76,13 @@ TEST_F(WindowsFormTest, ARequestToCloseItReachesTheHandlerAtTheNextPump) {
   EXPECT_NE(Window(), nullptr);
 }
 
+TEST_F(WindowsFormTest, ARequestToCloseItIsSeenByWhoOnlyAsks) {
+  EXPECT_FALSE(loop_->CloseRequested());
+  PostMessageW(Window(), WM_CLOSE, 0, 0);
+  EXPECT_TRUE(loop_->CloseRequested());
+  EXPECT_TRUE(loop_->CloseRequested());
+}
+
 TEST_F(WindowsFormTest, ASignOutIsNotHeldUp) {
   EXPECT_EQ(SendMessageW(Window(), WM_QUERYENDSESSION, 0, 0), TRUE);
   EXPECT_EQ(SendMessageW(Window(), WM_ENDSESSION, FALSE, 0), 0);
