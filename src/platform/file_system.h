@@ -84,8 +84,8 @@ class FileReader {
   virtual std::vector<std::string> List(const std::string& pattern) const = 0;
   /// The names of the folders directly inside `path`, in the same order; empty when it is missing.
   virtual std::vector<std::string> ListFolders(const std::string& path) const = 0;
-  /// The paths of all files inside `folder`, at any depth, whose names contain `mark`, names that begin with a
-  /// dot among them. `folder` itself may be a link; links inside it are not followed, so the walk ends and
+  /// The paths of all files inside `folder`, at any depth, whose names contain `mark`, names that begin with
+  /// a dot among them. `folder` itself may be a link; links inside it are not followed, so the walk ends and
   /// stays below it. Each folder is read once, and the list is complete: the caller may delete what it names.
   /// In no particular order; empty when the folder is missing.
   virtual std::vector<std::string> FindMarked(const std::string& folder, std::string_view mark) const = 0;

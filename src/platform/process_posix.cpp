@@ -15,10 +15,10 @@
 #include <vector>
 
 #include "platform/descriptor_posix.h"
-#include "platform/system_error.h"
 #include "platform/native.h"
 #include "platform/path_resolver_posix.h"
 #include "platform/runtime_error.h"
+#include "platform/system_error.h"
 
 namespace vlmr::platform {
 namespace {
