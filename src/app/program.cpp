@@ -37,7 +37,7 @@
 #include "platform/instance_lock.h"
 #include "platform/native.h"
 #include "platform/runtime_error.h"
-#include "transfer/curl_ftp_client.h"
+#include "transfer/curl_ftp_session.h"
 #include "transfer/curl_http_get.h"
 #include "transfer/curl_internet_file.h"
 #include "transfer/http_download.h"

@@ -7,7 +7,7 @@
 #include "core/notifier.h"
 #include "core/runtime.h"
 #include "ftpsources/latest_ini.h"
-#include "transfer/ftp_client.h"
+#include "transfer/ftp_session.h"
 #include "transfer/zip.h"
 
 namespace vlmr::ftpsources {

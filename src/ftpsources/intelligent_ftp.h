@@ -6,7 +6,7 @@
 #include "core/notifier.h"
 #include "core/runtime.h"
 #include "ftpsources/held_pattern.h"
-#include "transfer/ftp_client.h"
+#include "transfer/ftp_session.h"
 #include "transfer/zip.h"
 
 namespace vlmr::ftpsources {

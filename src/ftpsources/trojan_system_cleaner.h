@@ -6,7 +6,7 @@
 #include "core/file_helpers.h"
 #include "core/notifier.h"
 #include "core/runtime.h"
-#include "transfer/ftp_client.h"
+#include "transfer/ftp_session.h"
 #include "transfer/zip.h"
 
 namespace vlmr::ftpsources {

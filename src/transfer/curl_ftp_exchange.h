@@ -14,8 +14,8 @@
 #include "platform/event_loop.h"
 #include "platform/file_system.h"
 #include "platform/runtime_error.h"
-#include "transfer/ftp_client.h"
 #include "transfer/ftp_reply.h"
+#include "transfer/ftp_session.h"
 
 struct curl_slist;
 

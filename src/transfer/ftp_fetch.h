@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "transfer/ftp_client.h"
+#include "transfer/ftp_session.h"
 
 namespace vlmr::transfer {
 

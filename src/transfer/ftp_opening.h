@@ -7,7 +7,7 @@
 #include "core/error_trap.h"
 #include "core/runtime.h"
 #include "core/settings_table.h"
-#include "transfer/ftp_client.h"
+#include "transfer/ftp_session.h"
 
 namespace vlmr::transfer {
 

@@ -6,7 +6,7 @@
 
 #include "platform/runtime_error.h"
 #include "support/memory_file_system.h"
-#include "transfer/ftp_client.h"
+#include "transfer/ftp_session.h"
 
 namespace vlmr::test {
 

@@ -7,8 +7,8 @@
 #include "platform/event_loop.h"
 #include "transfer/curl_ftp_exchange.h"
 #include "transfer/curl_handle.h"
-#include "transfer/ftp_client.h"
 #include "transfer/ftp_listing.h"
+#include "transfer/ftp_session.h"
 #include "transfer/ftp_url.h"
 
 namespace vlmr::transfer {

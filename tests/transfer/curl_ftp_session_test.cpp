@@ -1,4 +1,4 @@
-#include "transfer/curl_ftp_client.h"
+#include "transfer/curl_ftp_session.h"
 
 #include <gtest/gtest.h>
 
