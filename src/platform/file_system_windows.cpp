@@ -161,8 +161,9 @@ class WindowsFileSystem : public FileSystem {
     const std::wstring to = LongPath(target);
     // The system would call it a success to move a file onto itself, in whatever case.
     if (GetFileAttributesW(to.c_str()) != INVALID_FILE_ATTRIBUTES) return false;
-    return RetryWhileInUse(
-               [&] { return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_COPY_ALLOWED) != 0; }) == 0;
+    const DWORD error =
+        RetryWhileInUse([&] { return MoveFileExW(from.c_str(), to.c_str(), /*dwFlags=*/0) != 0; });
+    return error == 0 || (error == ERROR_NOT_SAME_DEVICE && MoveToOtherVolume(source, target));
   }
 
   void MakeFolder(const std::string& path) override {
@@ -186,6 +187,17 @@ class WindowsFileSystem : public FileSystem {
   std::wstring Native(const std::string& path) const {
     if (Climbs(path)) throw RuntimeError(error_number::kPathFileAccess);
     return LongPath(path);
+  }
+
+  /// Not left to the system's own copy, which shows half a file while it works.
+  bool MoveToOtherVolume(const std::string& source, const std::string& target) {
+    try {
+      Copy(source, target);
+      Delete(source);
+      return true;
+    } catch (const RuntimeError&) {
+      return false;
+    }
   }
 
   /// A find tells how the name stands on disk.

@@ -2,13 +2,11 @@
 """The mail queue as a sender program finds it."""
 
 import re
-import socket
 
 import framework  # first: it makes the other modules known
 import service
 from log_lines import compare_text
 
-HOST = socket.gethostname()
 RULE = "=" * 36
 
 
@@ -19,10 +17,10 @@ def test_a_new_pattern_queues_one_mail_with_the_list_of_new_viruses(t):
     assert len(mails) == 1 and len(app.files("mQueue")) == 2
     control, body = mails[0]
     assert re.fullmatch(
-        rf"\[MAIL\]\r\nS=\[Velmora\]: New Pattern found From {re.escape(HOST)} 100\r\nF=\d+\.tmp\r\n", control
+        rf"\[MAIL\]\r\nS=\[Velmora\]: New Pattern found From {re.escape(app.target.computer_name)} 100\r\nF=\d+\.tmp\r\n", control
     ), control
     lines = [
-        f"{HOST} report a new Pattern update ",
+        f"{app.target.computer_name} report a new Pattern update ",
         " Pattern=100 ",
         "",
         "New Version=100",
@@ -66,7 +64,7 @@ def test_the_word_mp_queues_the_pattern_mail_and_asks_for_the_list(t):
     run.log.expect("Command: [Mp]", "PrepareMail: Switch=[1] Version=[001]")
     assert server.take_paths() == ["Pattern/whatsnew.txt"]
     (control, body), = app.mails()
-    assert f"S=[Velmora]: New Pattern found From {HOST} 0\r\n" in control, control
+    assert f"S=[Velmora]: New Pattern found From {app.target.computer_name} 0\r\n" in control, control
     assert "\r\nNew Version=001\r\n" in body and "Quill.A" in body, body
 
 
@@ -90,8 +88,8 @@ def test_subjects_and_bodies_of_the_settings_are_expanded(t):
     app.put("ActiveUpdate/CPR/latest.ini", "[LatestPattern]\r\nPatternVersion=1.890 v3\r\n")
     app.run("Mp")
     (control, body), = app.mails()
-    assert f"S={HOST} has 0 %pattern% 1.890Build Number 3\r\n" in control, control
-    assert body.startswith(f"**********\r\n{HOST}{HOST}\r\nNew Version=001\r\n"), body
+    assert f"S={app.target.computer_name} has 0 %pattern% 1.890Build Number 3\r\n" in control, control
+    assert body.startswith(f"**********\r\n{app.target.computer_name}{app.target.computer_name}\r\nNew Version=001\r\n"), body
 
 
 def test_twelve_engines_in_one_pass_make_twelve_whole_mails(t):

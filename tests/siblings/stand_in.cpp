@@ -101,7 +101,9 @@ bool Get(int port, const std::string& path) {
   send(connection, request.data(), static_cast<int>(request.size()), 0);
   std::string answer;
   char buffer[1024];
-  for (int got = 0; (got = recv(connection, buffer, sizeof buffer, 0)) > 0;) {
+  // The server may keep the connection; the head of its answer is enough.
+  for (int got = 0; answer.find("\r\n\r\n") == std::string::npos &&
+                    (got = recv(connection, buffer, sizeof buffer, 0)) > 0;) {
     answer.append(buffer, static_cast<std::size_t>(got));
   }
   closesocket(connection);

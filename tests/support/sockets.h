@@ -24,6 +24,10 @@ void SendPiecesAtOnce(int socket);
 void LimitSending(int socket, std::chrono::milliseconds limit);
 /// Breaks the connection off with a reset when it is closed.
 void ResetAtClose(int socket);
+/// Whether the other side of `ResetAtClose` sees a reset; Wine ends the connection in order.
+bool CanReset();
+/// The system's number for a connection that nobody takes.
+int RefusedConnectionNumber();
 /// Sends everything, or as much as the other side takes.
 void SendAll(int socket, std::string_view bytes);
 /// What came, at most `limit` bytes; empty at the end of the connection.

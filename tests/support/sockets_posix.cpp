@@ -6,6 +6,8 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "support/sockets.h"
 
 namespace vlmr::test {
@@ -58,6 +60,10 @@ void ResetAtClose(int socket) {
   const linger at_once = {.l_onoff = 1, .l_linger = 0};
   ::setsockopt(socket, SOL_SOCKET, SO_LINGER, &at_once, sizeof(at_once));
 }
+
+bool CanReset() { return true; }
+
+int RefusedConnectionNumber() { return ECONNREFUSED; }
 
 std::vector<int> WaitForSockets(const std::vector<int>& sockets) {
   std::vector<pollfd> polled;

@@ -108,6 +108,10 @@ void ResetAtClose(int socket) {
   ::setsockopt(Of(socket), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&at_once), sizeof(at_once));
 }
 
+bool CanReset() { return false; }
+
+int RefusedConnectionNumber() { return WSAECONNREFUSED; }
+
 std::vector<int> WaitForSockets(const std::vector<int>& sockets) {
   fd_set readable;
   FD_ZERO(&readable);

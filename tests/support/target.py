@@ -73,6 +73,12 @@ class Target:
         return "10" if self.is_windows else os.uname().release.split(".")[0]
 
     @property
+    def computer_name(self):
+        """This machine's name as the program sees it; that of Windows is short and in capitals."""
+        name = os.uname().nodename
+        return name.split(".")[0].upper()[:15] if self.is_windows else name
+
+    @property
     def moment(self):
         """A regular expression for the moment that begins a line of the log."""
         if self.is_windows:
