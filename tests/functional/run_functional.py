@@ -43,6 +43,10 @@ def print_one_system_tests():
         for system, reason, name in marked.findall(text):
             print(f"only on {system}: {file.stem}: {name.replace('_', ' ')} ({reason})")
     print(f"{total} functional tests in all")
+    for suffix, system in (("posix", "linux"), ("windows", "windows")):
+        for file in sorted(FOLDER.parent.glob(f"*/*_{suffix}_test.cpp")):
+            count = len(re.findall(r"^(?:TYPED_)?TEST(?:_F|_P)?\(", file.read_text(encoding="utf-8"), re.MULTILINE))
+            print(f"only on {system}: {file.parent.name}/{file.name}: {count} unit tests (it is about that system's own half)")
 
 
 def run_file(file, options):

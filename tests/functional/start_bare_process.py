@@ -14,6 +14,7 @@ def start_by_shell(app, words):
     return subprocess.run(command, cwd=app.path, env=app.environment, timeout=30, check=False).returncode
 
 
+@framework.only_on("linux", "Windows has neither closed streams nor such limits")
 def test_siblings_are_started_without_standard_streams(t):
     app = t.app()
     app.write_settings({**SESSION_OFF, "OFFICESCAN_UPDATE": {"Enable": "1"}})
@@ -23,6 +24,7 @@ def test_siblings_are_started_without_standard_streams(t):
     app.log().refuse("WaitFor: Error code")
 
 
+@framework.only_on("linux", "Windows has neither closed streams nor such limits")
 def test_a_limit_on_the_size_of_files_ends_no_run(t):
     app = t.app()
     app.write_settings(SESSION_OFF)
