@@ -1,9 +1,12 @@
 #include "platform/files_windows.h"
 
 #include <aclapi.h>
+#include <sddl.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #include "platform/native_text_windows.h"
@@ -34,6 +37,48 @@ std::int64_t LengthOf(HANDLE file) {
   GetFileSizeEx(file, &size);
   return size.QuadPart;
 }
+
+/// The security identifier, as a text, of the account that this thread works under; empty when it cannot be
+/// told.
+std::wstring OwnIdentifier() {
+  HANDLE opened = nullptr;
+  if (!OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, /*OpenAsSelf=*/TRUE, &opened) &&
+      !OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened)) {
+    return {};
+  }
+  const Handle token(opened);
+  alignas(TOKEN_USER) std::array<char, sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE> user{};
+  DWORD size = 0;
+  LPWSTR text = nullptr;
+  if (!GetTokenInformation(token.Get(), TokenUser, user.data(), static_cast<DWORD>(user.size()), &size) ||
+      !ConvertSidToStringSidW(reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid, &text)) {
+    return {};
+  }
+  std::wstring identifier = text;
+  LocalFree(text);
+  return identifier;
+}
+
+/// Rights for the own account, the system and the administrators, and none from the folder.
+class OwnerOnly {
+ public:
+  OwnerOnly() {
+    const std::wstring own = OwnIdentifier();
+    const std::wstring rights =
+        L"D:P(A;;FA;;;SY)(A;;FA;;;BA)" + (own.empty() ? own : L"(A;;FA;;;" + own + L")");
+    ConvertStringSecurityDescriptorToSecurityDescriptorW(rights.c_str(), SDDL_REVISION_1,
+                                                         &attributes_.lpSecurityDescriptor, nullptr);
+  }
+  ~OwnerOnly() { LocalFree(attributes_.lpSecurityDescriptor); }
+  OwnerOnly(const OwnerOnly&) = delete;
+  OwnerOnly& operator=(const OwnerOnly&) = delete;
+
+  SECURITY_ATTRIBUTES* Get() { return &attributes_; }
+
+ private:
+  SECURITY_ATTRIBUTES attributes_{
+      .nLength = sizeof(SECURITY_ATTRIBUTES), .lpSecurityDescriptor = nullptr, .bInheritHandle = FALSE};
+};
 
 /// Puts one file into the place of another, in one step and although somebody reads the old one. Falls back
 /// to the older call, which a reader holds up, where the system or the volume does not know this one.
@@ -181,16 +226,22 @@ std::unique_ptr<InputFile> OpenInputFile(const std::wstring& path) {
   return std::make_unique<WindowsInputFile>(std::move(file));
 }
 
-std::unique_ptr<StagedFile> OpenStagedFile(const std::wstring& path, Access /*access*/) {
-  // Rights are inherited from the folder, as administrators set them there.
+std::unique_ptr<StagedFile> OpenStagedFile(const std::wstring& path, Access access) {
   const DWORD attributes = GetFileAttributesW(path.c_str());
   if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
     RaiseSystemError(Attempt::kWrite, ERROR_ALREADY_EXISTS);
   }
   std::wstring temporary = path + ToWide(kTemporaryMark);
+  // Other files inherit their rights from the folder, as administrators set them there.
+  std::optional<OwnerOnly> owner_only;
+  if (access == Access::kOwner) {
+    owner_only.emplace();
+    // Rights are given to a new file alone.
+    DeleteFileW(temporary.c_str());
+  }
   Handle file(CreateFileW(temporary.c_str(), GENERIC_READ | GENERIC_WRITE,
-                          FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
-                          nullptr));
+                          FILE_SHARE_READ | FILE_SHARE_DELETE, owner_only ? owner_only->Get() : nullptr,
+                          CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) RaiseSystemError(Attempt::kWrite, GetLastError());
   return std::make_unique<WindowsStagedFile>(std::move(file), std::move(temporary), path);
 }

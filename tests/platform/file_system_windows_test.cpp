@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
+// behind windows.h, which it needs
+#include <aclapi.h>
 
 #include <chrono>
 #include <filesystem>
@@ -161,6 +163,37 @@ TEST_F(WindowsFileSystemTest, AStampTellsAReplacementOfTheSameLengthEvenWithTheS
   ASSERT_TRUE(before && after);
   EXPECT_EQ(before->size, after->size);
   EXPECT_NE(*before, *after);
+}
+
+/// Whether the rights of a file name everybody or the users of this machine.
+bool IsOpenToOthers(const std::string& path) {
+  PACL rights = nullptr;
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  if (GetNamedSecurityInfoW(LongPath(path).c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
+                            nullptr, &rights, nullptr, &descriptor) != ERROR_SUCCESS) {
+    ADD_FAILURE() << "no rights can be read";
+    return true;
+  }
+  bool open = false;
+  for (WORD i = 0; i < rights->AceCount; ++i) {
+    void* entry = nullptr;
+    GetAce(rights, i, &entry);
+    PSID account = &static_cast<ACCESS_ALLOWED_ACE*>(entry)->SidStart;
+    open = open || IsWellKnownSid(account, WinWorldSid) || IsWellKnownSid(account, WinBuiltinUsersSid);
+  }
+  LocalFree(descriptor);
+  return open;
+}
+
+TEST_F(WindowsFileSystemTest, AKeyFileIsTheOwnersAloneAndStaysSoWhenItIsReplaced) {
+  files_->Replace(At("\\VLMR.key"), "key", Access::kOwner);
+  files_->Replace(At("\\server.ini"), "index");
+  EXPECT_FALSE(IsOpenToOthers(At("\\VLMR.key")));
+  EXPECT_TRUE(IsOpenToOthers(At("\\server.ini")));
+  EXPECT_EQ(files_->ReadAll(At("\\VLMR.key")), "key");
+  files_->Replace(At("\\VLMR.key"), "another", Access::kOwner);
+  EXPECT_FALSE(IsOpenToOthers(At("\\VLMR.key")));
+  EXPECT_EQ(files_->ReadAll(At("\\VLMR.key")), "another");
 }
 
 TEST_F(WindowsFileSystemTest, AMoveOverAFileInAnotherCaseIsRefusedAsMoveFileDoes) {
