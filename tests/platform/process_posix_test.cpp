@@ -158,6 +158,8 @@ TEST_F(PosixProcessTest, AChildStandsInAGroupOfItsOwn) {
 }
 
 TEST_F(PosixProcessTest, AChildGetsNoneOfOurSignalSettings) {
+  // Whoever started the tests may have left signals ignored, as a shell does for its background jobs.
+  for (int number = 1; number < 32; ++number) ::signal(number, SIG_DFL);
   const auto loop = MakeEventLoop();  // ignores SIGPIPE
   sigset_t blocked;
   sigset_t former;
