@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/number.h"
+#include "core/outside_name.h"
 #include "core/text.h"
 #include "core/version.h"
 #include "transfer/ftp_fetch.h"
@@ -44,6 +45,7 @@ IntelligentFtp::IntelligentFtp(const core::Runtime& runtime, transfer::FtpClient
 
 void IntelligentFtp::StartIntelligentFTP() {
   runtime_.Log("StartIntelligentFTP: Starting... " + core::VersionText());
+  DropUnpublished();
   const transfer::FtpOpening opening = transfer::OpenFtp(runtime_, client_, kCaller, trap_);
   if (!opening.connected) return;
   if (!opening.listing.Ok()) {
@@ -75,6 +77,23 @@ void IntelligentFtp::Upload(const std::string& local) {
 }
 
 void IntelligentFtp::Download(const std::string& remote) {
+  trap_([&] { runtime_.files.Replace(PendingMark(), remote); });
+  FetchAndPublish(remote);
+  trap_([&] { runtime_.files.Delete(PendingMark()); });
+}
+
+void IntelligentFtp::DropUnpublished() {
+  if (runtime_.files.FindFile(PendingMark()).empty()) return;
+  trap_([&] {
+    const std::string pattern = PatternName(runtime_.files.ReadAll(PendingMark()));
+    const bool is_safe = core::CheckOutsideFileName(pattern) == core::NameFault::kNone;
+    const std::string file = runtime_.paths.PatternFolder() + "\\" + pattern;
+    if (is_safe && !runtime_.files.FindFile(file).empty()) runtime_.files.Delete(file);
+    runtime_.files.Delete(PendingMark());
+  });
+}
+
+void IntelligentFtp::FetchAndPublish(const std::string& remote) {
   runtime_.Log("StartIntelligentFTP: Try to Get last pattern from remote folder");
   const transfer::FtpResult fetched =
       transfer::FetchByName(client_, PatternName(remote), runtime_.paths.PatternFolder());
@@ -113,6 +132,8 @@ void IntelligentFtp::WriteIndex(const std::string& remote) {
   runtime_.WriteIniValue("PATTERN", "Path_VSAPI", place, index);
   runtime_.WriteIniValue("PATTERN", "MergeCount", "0", index);
 }
+
+std::string IntelligentFtp::PendingMark() const { return runtime_.paths / R"(\Exchange.pending)"; }
 
 std::string IntelligentFtp::GetLastPatternFromList(const std::string& listing) {
   if (listing.empty()) {

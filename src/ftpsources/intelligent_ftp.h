@@ -30,6 +30,12 @@ class IntelligentFtp {
  private:
   void Upload(const std::string& local);
   void Download(const std::string& remote);
+  void FetchAndPublish(const std::string& remote);
+  /// A pattern that was fetched but never published, because the run was killed between the two, would count
+  /// as held for ever: it is deleted, so that this run fetches it anew. `\Exchange.pending` holds its version
+  /// from before the fetch until it is published.
+  void DropUnpublished();
+  std::string PendingMark() const;
   bool Pack(const std::string& remote);
   void WriteIndex(const std::string& remote);
   void ReportFailure(const transfer::FtpResult& result);

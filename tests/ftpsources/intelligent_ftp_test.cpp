@@ -100,7 +100,25 @@ TEST_F(IntelligentFtpTest, TheOldArchiveStaysUntilTheNewOneTakesItsPlace) {
   client.remote["lpt$vpn.102"] = "pattern 102";
   world.files.Put(R"(\ActiveUpdate\Pattern\vsapi.zip)", "old archive");
   Run();
-  EXPECT_TRUE(world.files.files_deleted.empty());
+  EXPECT_EQ(world.files.files_deleted, Lines{world.At(R"(\Exchange.pending)")});
+}
+
+TEST_F(IntelligentFtpTest, APatternThatAKilledRunFetchedButDidNotPublishIsFetchedAnew) {
+  client.remote["lpt$vpn.102"] = "pattern 102";
+  world.files.Put(R"(\Exchange.pending)", "102");
+  world.files.Put(R"(\Pattern\lpt$vpn.102)", "fetched by a killed run");
+  Run();
+  EXPECT_EQ(world.files.Text(R"(\Pattern\lpt$vpn.102)"), "pattern 102");
+  EXPECT_TRUE(world.files.Has(R"(\ActiveUpdate\Pattern\vsapi.zip)"));
+  EXPECT_FALSE(world.files.Has(R"(\Exchange.pending)"));
+}
+
+TEST_F(IntelligentFtpTest, AMarkOfAKilledRunThatNamesNoPatternDeletesNothing) {
+  world.files.Put(R"(\Exchange.pending)", "/../../VLMR.ini");
+  client.remote["lpt$vpn.101"] = "pattern 101";
+  Run();
+  EXPECT_TRUE(world.files.Has(R"(\VLMR.ini)"));
+  EXPECT_FALSE(world.files.Has(R"(\Exchange.pending)"));
 }
 
 TEST_F(IntelligentFtpTest, TheIndexIsReplacedOnce) {
