@@ -34,13 +34,13 @@ std::uint64_t Mix(std::uint64_t a, std::uint64_t b) {
 }  // namespace
 
 std::uint32_t HashOfName(std::uint32_t scope, std::string_view name) {
-  static const HashKey key;
-  std::uint64_t hash = Mix(key.words[0] ^ scope, key.words[1] ^ name.size());
+  static const HashKey kKey;
+  std::uint64_t hash = Mix(kKey.words[0] ^ scope, kKey.words[1] ^ name.size());
   while (!name.empty()) {
     std::uint64_t word = 0;
     const std::size_t count = name.size() < sizeof(word) ? name.size() : sizeof(word);
     std::memcpy(&word, name.data(), count);
-    hash = Mix(hash ^ FoldWord(word), key.words[1]);
+    hash = Mix(hash ^ FoldWord(word), kKey.words[1]);
     name.remove_prefix(count);
   }
   return static_cast<std::uint32_t>(hash ^ (hash >> 32));

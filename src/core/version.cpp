@@ -3,10 +3,10 @@
 namespace vlmr::core {
 
 const std::string& VersionText() {
-  static const std::string text = std::to_string(VLMR_VERSION_MAJOR) + "." +
-                                  std::to_string(VLMR_VERSION_MINOR) + "." +
-                                  std::to_string(VLMR_VERSION_REVISION);
-  return text;
+  static const std::string kText = std::to_string(VLMR_VERSION_MAJOR) + "." +
+                                   std::to_string(VLMR_VERSION_MINOR) + "." +
+                                   std::to_string(VLMR_VERSION_REVISION);
+  return kText;
 }
 
 }  // namespace vlmr::core

@@ -17,8 +17,8 @@ std::function<void()>& LastWords() {
 }  // namespace
 
 void* CloseRequestEvent() {
-  static const HANDLE event = CreateEventW(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, nullptr);
-  return event;
+  static const HANDLE kEvent = CreateEventW(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, nullptr);
+  return kEvent;
 }
 
 void RequestClose() { SetEvent(CloseRequestEvent()); }

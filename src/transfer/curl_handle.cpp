@@ -14,7 +14,7 @@ Handle Owned(void* made) {
   return Handle(made);
 }
 
-void MakeReady() { [[maybe_unused]] static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT); }
+void MakeReady() { [[maybe_unused]] static const CURLcode kReady = curl_global_init(CURL_GLOBAL_DEFAULT); }
 
 }  // namespace
 
