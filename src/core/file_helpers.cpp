@@ -36,6 +36,10 @@ void FileHelpers::DeplaceFile(const std::string& source, const std::string& targ
   runtime_.Log(moved ? "DeplaceFile: lngRetVal=1" : "DeplaceFile: lngRetVal=0");
   if (!moved) {
     runtime_.Log("DeplaceFile: Error to move " + source + "=> to " + target);
+    for (const std::string& path : {source, target}) {
+      const std::string refusal = runtime_.files.Refusal(path);
+      if (!refusal.empty()) runtime_.Log("DeplaceFile: Refused " + path + ": " + refusal);
+    }
   }
 }
 

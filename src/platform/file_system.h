@@ -16,7 +16,9 @@ namespace vlmr::platform {
 /// `/opt/mirror\ActiveUpdate\server.ini`. Only implementations turn it into a real path. Below the
 /// application folder names are looked up without regard to ASCII case, an exact spelling first; a name that
 /// does not exist yet is made exactly as written. A component ".." below the application folder is refused:
-/// what raises raises 75, what finds finds nothing.
+/// what raises raises 75, what finds finds nothing. So is a link that leads out of its tree, the folder of
+/// the application folder that it stands in, or nowhere; links that stand directly in the application folder
+/// are followed.
 
 /// The fixed, recognisable part of the name of every temporary file. What a killed run left is found by it.
 inline constexpr std::string_view kTemporaryMark = ".vlmr-tmp";
@@ -76,6 +78,9 @@ class FileReader {
   virtual std::string FindFile(const std::string& path) const = 0;
   /// Like `FindFile`, for folders only.
   virtual std::string FindFolder(const std::string& path) const = 0;
+  /// Why every operation refuses this path, in words for the log; empty when none does. For callers of what
+  /// raises nothing.
+  virtual std::string Refusal(const std::string& /*path*/) const { return {}; }
   /// The names of the files in a folder that match the last component of `pattern` (`*` any run, `?` one
   /// character,
   /// `*.*` and `*` every file; ASCII case ignored), ascending by upper-cased name, ties by bytes. Folders,

@@ -80,6 +80,13 @@ std::string PosixFileSystem::FindFolder(const std::string& path) const {
   return path.substr(path.find_last_of('/') + 1);
 }
 
+std::string PosixFileSystem::Refusal(const std::string& path) const {
+  RealPath real = resolver_.Parse(path);
+  struct stat found = {};
+  const bool leads_out = resolver_.Stat(real, found) == static_cast<int>(kLinkLeadsOut);
+  return leads_out ? kLinkLeadsOutText : "";
+}
+
 std::vector<std::string> PosixFileSystem::ListEntries(std::string_view folder, bool folders,
                                                       std::string_view wildcard) const {
   RealPath real = resolver_.Parse(folder);
@@ -140,10 +147,8 @@ std::optional<FileStamp> PosixFileSystem::Stamp(const std::string& path) const {
 
 Descriptor PosixFileSystem::OpenExisting(RealPath& path, int flags, int& error) const {
   Descriptor opened;
-  error = resolver_.OnExisting(path, [&](const RealPath& spelled) {
-    opened = Descriptor(::openat(spelled.Base(), spelled.Text(), flags | O_CLOEXEC));
-    return opened ? 0 : errno;
-  });
+  error = resolver_.OnExisting(
+      path, [&](const RealPath& spelled) { return resolver_.Open(spelled, flags, opened); });
   return opened;
 }
 

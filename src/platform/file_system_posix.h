@@ -22,6 +22,7 @@ class PosixFileSystem : public FileSystem {
 
   std::string FindFile(const std::string& path) const override;
   std::string FindFolder(const std::string& path) const override;
+  std::string Refusal(const std::string& path) const override;
   std::vector<std::string> List(const std::string& pattern) const override;
   std::vector<std::string> ListFolders(const std::string& path) const override;
   std::vector<std::string> FindMarked(const std::string& folder, std::string_view mark) const override;
@@ -36,7 +37,10 @@ class PosixFileSystem : public FileSystem {
   bool Move(const std::string& source, const std::string& target) override;
   void MakeFolder(const std::string& path) override;
   void MakeFolders(const std::string& path) override;
-  void ForgetNames() override { resolver_.Names().Forget(); }
+  void ForgetNames() override {
+    resolver_.Names().Forget();
+    resolver_.ForgetLinks();
+  }
 
   /// How many folders have been read for the sake of look-ups, for tests of the cost.
   std::uint64_t FolderScans() const { return resolver_.Names().Scans(); }

@@ -1,7 +1,11 @@
 #include "platform/path_resolver_posix.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "platform/system_error.h"
 
@@ -17,13 +21,29 @@ Descriptor OpenRoot(const std::string& folder) {
 }
 
 /// `fstatat` on the first `end` characters of a path.
-int StatPrefix(int base, char* text, std::size_t end, struct stat& found) {
+int StatPrefix(int base, char* text, std::size_t end, struct stat& found, int flags) {
   const char behind = text[end];
   text[end] = '\0';
-  const int result = ::fstatat(base, end == 0 ? "." : text, &found, 0);
+  const int result = ::fstatat(base, end == 0 ? "." : text, &found, flags);
   const int error = result == 0 ? 0 : errno;
   text[end] = behind;
   return error;
+}
+
+constexpr int kLeadsOut = static_cast<int>(kLinkLeadsOut);
+
+/// So many folders are remembered at most; then all are forgotten.
+constexpr std::size_t kMostRemembered = 8192;
+
+/// Where a path leads once all links are followed; empty when nothing is there.
+std::string Followed(const std::string& path) {
+  const std::unique_ptr<char, decltype(&::free)> real(::realpath(path.c_str(), nullptr), &::free);
+  return real == nullptr ? std::string() : std::string(real.get());
+}
+
+bool IsLink(const RealPath& path) {
+  struct stat found = {};
+  return ::fstatat(path.Base(), path.Text(), &found, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(found.st_mode);
 }
 
 }  // namespace
@@ -43,6 +63,7 @@ RealPath::RealPath(int base, std::string_view text) : base_(base) {
     if (component.empty()) continue;
     if (component == ".." && IsBelow()) refusal_ = EXDEV;
     if (length_ > name_start_) {
+      if (IsBelow() && fence_ == 0) fence_ = length_;
       text_[length_++] = '/';
       name_start_ = length_;
     }
@@ -64,11 +85,73 @@ RealPath PathResolver::Parse(std::string_view path) const {
 int PathResolver::Stat(RealPath& path, struct stat& found) {
   if (path.refusal_ != 0) return path.refusal_;
   if (path.length_ == 0 && !path.IsBelow()) return ENOENT;
-  return Locate(path, path.length_, found);
+  if (const int error = CheckFolder(path)) return error;
+  path.respelled_ = false;
+  const int result = Locate(path, path.length_, found);
+  // Under its right spelling a folder may turn out to be a link.
+  if (path.respelled_) {
+    if (const int error = CheckFolder(path)) return error;
+  }
+  if (result != 0 || !path.IsFenced() || !S_ISLNK(found.st_mode)) return result;
+  if (!StaysInside(path, path.Text())) return kLeadsOut;
+  return StatPrefix(path.base_, path.text_, path.length_, found, 0);
+}
+
+int PathResolver::CheckFolder(const RealPath& path) {
+  if (!path.IsFenced()) return 0;
+  const std::string_view folder = path.Folder();
+  if (folder.size() == path.fence_ || inside_.contains(folder)) return 0;
+  for (std::size_t end = path.fence_; end < folder.size();) {
+    end = std::min(folder.find('/', end + 1), folder.size());
+    const std::string place(folder.substr(0, end));
+    if (inside_.contains(place)) continue;
+    struct stat found = {};
+    // What is not there leads nowhere; whoever makes it looks for its right spelling before.
+    if (::fstatat(path.base_, place.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0) return 0;
+    if (S_ISLNK(found.st_mode) && !StaysInside(path, place)) return kLeadsOut;
+    if (inside_.size() >= kMostRemembered) inside_.clear();
+    inside_.insert(place);
+  }
+  return 0;
+}
+
+bool PathResolver::StaysInside(const RealPath& path, std::string_view place) const {
+  const std::string top = Followed(folder_ + "/" + std::string(place.substr(0, path.fence_)));
+  const std::string real = Followed(folder_ + "/" + std::string(place));
+  return !top.empty() && real.starts_with(top) && (real.size() == top.size() || real[top.size()] == '/');
+}
+
+int PathResolver::Open(const RealPath& path, int flags, Descriptor& opened) const {
+  const int unfollowed = path.IsFenced() ? O_NOFOLLOW : 0;
+  opened = Descriptor(::openat(path.Base(), path.Text(), flags | O_CLOEXEC | unfollowed));
+  if (opened) return 0;
+  const int error = errno;
+  // The system's answers to a link that is not to be followed.
+  if (unfollowed == 0 || (error != ELOOP && error != ENOTDIR) || !IsLink(path)) return error;
+  if (!StaysInside(path, path.Text())) return kLeadsOut;
+  opened = Descriptor(::openat(path.Base(), path.Text(), flags | O_CLOEXEC));
+  return opened ? 0 : errno;
+}
+
+std::string PathResolver::BehindLink(const std::string& path) {
+  RealPath real = Parse(path);
+  struct stat found = {};
+  if (real.IsFenced() || real.NamesNoFile()) return path;
+  const int error = Stat(real, found);
+  if ((error != 0 && error != ENOENT) || !IsLink(real)) return path;
+  const std::string link = real.IsBelow() ? folder_ + "/" + real.Text() : std::string(real.Text());
+  if (std::string target = Followed(link); !target.empty()) return target;
+  // It leads to a file that is still to be made.
+  char text[PATH_MAX];
+  const ssize_t length = ::readlinkat(real.Base(), real.Text(), text, sizeof text);
+  if (length <= 0) return path;
+  const std::string target(text, static_cast<std::size_t>(length));
+  return target.front() == '/' ? target : link.substr(0, link.rfind('/') + 1) + target;
 }
 
 int PathResolver::Locate(RealPath& path, std::size_t end, struct stat& found) {
-  const int exact = StatPrefix(path.base_, path.text_, end, found);
+  const int flags = end == path.length_ && path.IsFenced() ? AT_SYMLINK_NOFOLLOW : 0;
+  const int exact = StatPrefix(path.base_, path.text_, end, found, flags);
   if (exact != ENOENT && exact != ENOTDIR) return exact;
   const std::string_view walked(path.text_, end);
   const std::size_t slash = walked.rfind('/');
@@ -89,7 +172,8 @@ int PathResolver::Locate(RealPath& path, std::size_t end, struct stat& found) {
   if (!name) return ENOENT;
   // Names that differ in ASCII case alone are equally long.
   std::memcpy(path.text_ + name_start, name->data(), name->size());
-  return StatPrefix(path.base_, path.text_, end, found);
+  path.respelled_ = true;
+  return StatPrefix(path.base_, path.text_, end, found, flags);
 }
 
 int PathResolver::MakeMissingFolders(RealPath& path) {

@@ -38,6 +38,10 @@ std::string DescribeError(int number) {
 }
 
 void RaiseSystemError(Attempt attempt, SystemErrorCode system_error) {
+  if (system_error == kLinkLeadsOut) {
+    const int number = error_number::kPathFileAccess;
+    throw RuntimeError(number, DescribeError(number) + ": " + kLinkLeadsOutText);
+  }
   throw RuntimeError(ErrorNumberOf(attempt, system_error));
 }
 

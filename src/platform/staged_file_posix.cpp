@@ -15,8 +15,7 @@ namespace vlmr::platform {
 namespace {
 
 /// The place of a file that is to be written. Raises 75 for a folder or a refused path, 76 for a missing
-/// folder. Returns whether the file exists; `found` tells about it then. A rule about links in the folders
-/// that strangers' names lead to would stand here.
+/// folder. Returns whether the file exists; `found` tells about it then.
 bool LocateForWriting(PathResolver& resolver, RealPath& path, struct stat& found) {
   const int error = path.NamesNoFile() ? EISDIR : resolver.Stat(path, found);
   if (error == ENOENT) return false;
@@ -130,7 +129,8 @@ void WriteFully(int descriptor, std::string_view bytes, std::int64_t offset) {
   }
 }
 
-std::unique_ptr<StagedFile> StageBeside(PathResolver& resolver, const std::string& path, Access access) {
+std::unique_ptr<StagedFile> StageBeside(PathResolver& resolver, const std::string& named, Access access) {
+  const std::string path = resolver.BehindLink(named);
   RealPath target = resolver.Parse(path);
   struct stat replaced = {};
   const bool replaces = LocateForWriting(resolver, target, replaced);

@@ -203,6 +203,129 @@ TEST_F(PosixFileSystemTest, AnOperatorsLinkIsFollowed) {
   EXPECT_EQ(files_.List(At("\\*")), (std::vector<std::string>{"new.log", "VlMR.log"}));
 }
 
+/// What every operation does with a path that a link leads out of its tree.
+void ExpectRefused(PosixFileSystem& files, FileSystem& any, const std::string& folder,
+                   const std::string& source) {
+  const std::string file = folder + "\\f";
+  EXPECT_EQ(files.FindFile(file), "");
+  EXPECT_EQ(files.FindFolder(folder), "");
+  EXPECT_FALSE(files.Stamp(file));
+  EXPECT_TRUE(files.List(folder + "\\*").empty());
+  EXPECT_EQ(ErrorOf([&] { (void)files.ReadAll(file); }), 75);
+  EXPECT_EQ(ErrorOf([&] { (void)files.OpenRead(file); }), 75);
+  EXPECT_EQ(ErrorOf([&] { (void)files.Length(file); }), 75);
+  EXPECT_EQ(ErrorOf([&] { any.Replace(file, "new"); }), 75);
+  EXPECT_EQ(ErrorOf([&] { any.Replace(folder + "\\new", "new"); }), 75);
+  EXPECT_EQ(ErrorOf([&] { files.Append(folder + "\\new", "new", Access::kEverybody); }), 75);
+  EXPECT_EQ(ErrorOf([&] { files.Delete(file); }), 75);
+  EXPECT_EQ(ErrorOf([&] { files.MakeFolders(folder + "\\deeper\\still"); }), 75);
+  EXPECT_EQ(ErrorOf([&] { files.MakeFolder(folder + "\\deeper"); }), 75);
+  EXPECT_FALSE(files.Move(source, folder + "\\moved"));
+  EXPECT_EQ(any.Refusal(folder + "\\moved"), "a link leads out of its folder");
+  EXPECT_EQ(any.Refusal(source), "");
+  EXPECT_FALSE(files.Move(file, source + "2"));
+}
+
+TEST_F(PosixFileSystemTest, AFolderLinkThatLeadsOutOfItsTreeIsFollowedByNothing) {
+  test::ScopedTempDir elsewhere;
+  elsewhere.Put("\\f", "theirs");
+  folder_.Put("\\Tree\\a\\own", "own");
+  folder_.Put("\\Other\\f", "other");
+  std::filesystem::create_directory_symlink(elsewhere.Real(), folder_.Real("\\Tree\\Out"));
+  std::filesystem::create_directory_symlink("../../Other", folder_.Real("\\Tree\\a\\climbs"));
+  std::filesystem::create_directory_symlink("/nowhere/at/all", folder_.Real("\\Tree\\dangling"));
+  for (const char* folder : {"\\Tree\\Out", "\\tree\\oUT", "\\Tree\\A\\climbs", "\\Tree\\dangling"}) {
+    SCOPED_TRACE(folder);
+    ExpectRefused(files_, any_, At(folder), At("\\Tree\\a\\own"));
+    const std::string reason = [&] {
+      try {
+        any_.Replace(At(folder) + "\\f", "x");
+      } catch (const RuntimeError& error) {
+        return error.Description();
+      }
+      return std::string();
+    }();
+    EXPECT_EQ(reason, "Path/File access error: a link leads out of its folder");
+  }
+  EXPECT_EQ(elsewhere.Text("\\f"), "theirs");
+  EXPECT_EQ(folder_.Text("\\Other\\f"), "other");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(elsewhere.Real()), {}), 1);
+}
+
+TEST_F(PosixFileSystemTest, AFileLinkThatLeadsOutOfItsTreeOrNowhereIsNotFollowed) {
+  test::ScopedTempDir elsewhere;
+  elsewhere.Put("\\f", "theirs");
+  folder_.Put("\\Tree\\own", "own");
+  std::filesystem::create_symlink(elsewhere.Real("\\f"), folder_.Real("\\Tree\\file"));
+  std::filesystem::create_symlink(elsewhere.Real("\\g"), folder_.Real("\\Tree\\dangling"));
+  for (const char* file : {"\\Tree\\file", "\\TREE\\FILE", "\\Tree\\dangling"}) {
+    SCOPED_TRACE(file);
+    EXPECT_EQ(files_.FindFile(At(file)), "");
+    EXPECT_FALSE(files_.Stamp(At(file)));
+    EXPECT_EQ(ErrorOf([&] { (void)files_.ReadAll(At(file)); }), 75);
+    EXPECT_EQ(ErrorOf([&] { any_.Replace(At(file), "new"); }), 75);
+    EXPECT_EQ(ErrorOf([&] { files_.Append(At(file), "new", Access::kEverybody); }), 75);
+    EXPECT_FALSE(files_.Move(At("\\Tree\\own"), At(file)));
+  }
+  EXPECT_EQ(elsewhere.Text("\\f"), "theirs");
+  EXPECT_FALSE(std::filesystem::exists(elsewhere.Real("\\g")));
+  files_.Delete(At("\\Tree\\file"));
+  EXPECT_EQ(elsewhere.Text("\\f"), "theirs");
+}
+
+TEST_F(PosixFileSystemTest, ALinkThatStaysInItsTreeAndOneThatIsTheTreeAreFollowed) {
+  test::ScopedTempDir elsewhere;
+  elsewhere.Put("\\real\\f", "in");
+  std::filesystem::create_directory_symlink(elsewhere.Real(), folder_.Real("\\Tree"));
+  std::filesystem::create_directory_symlink("real", folder_.Real("\\Tree\\relative"));
+  std::filesystem::create_directory_symlink(elsewhere.Real("\\real"), folder_.Real("\\Tree\\absolute"));
+  std::filesystem::create_symlink("real/f", folder_.Real("\\Tree\\file"));
+  for (const char* file : {"\\Tree\\relative\\F", "\\tree\\absolute\\f", "\\Tree\\file"}) {
+    EXPECT_EQ(files_.ReadAll(At(file)), "in") << file;
+  }
+  any_.Replace(At("\\Tree\\relative\\new"), "new");
+  EXPECT_EQ(elsewhere.Text("\\real\\new"), "new");
+  files_.MakeFolders(At("\\Tree\\absolute\\deep\\er"));
+  EXPECT_TRUE(std::filesystem::is_directory(elsewhere.Real("\\real\\deep\\er")));
+}
+
+TEST_F(PosixFileSystemTest, AFolderThatBecomesALinkIsSeenOnceNamesAreForgotten) {
+  test::ScopedTempDir elsewhere;
+  elsewhere.Put("\\f", "theirs");
+  folder_.Put("\\Tree\\a\\f", "own");
+  EXPECT_EQ(files_.ReadAll(At("\\Tree\\a\\f")), "own");
+  std::filesystem::remove_all(folder_.Real("\\Tree\\a"));
+  std::filesystem::create_directory_symlink(elsewhere.Real(), folder_.Real("\\Tree\\a"));
+  files_.ForgetNames();
+  EXPECT_EQ(ErrorOf([&] { (void)files_.ReadAll(At("\\Tree\\a\\f")); }), 75);
+}
+
+TEST_F(PosixFileSystemTest, LookingForLinksCostsNothingInAFolderThatWasLookedAt) {
+  folder_.Put("\\Tree\\a\\f", "x");
+  EXPECT_EQ(files_.FindFile(At("\\Tree\\a\\f")), "f");
+  const auto calls = CountSystemCalls([&] { (void)files_.FindFile(At("\\Tree\\a\\f")); });
+  if (!calls) GTEST_SKIP() << "tracing is not allowed here";
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_F(PosixFileSystemTest, AFileBehindAnOperatorsLinkIsReplacedWhereItLies) {
+  test::ScopedTempDir elsewhere;
+  elsewhere.Put("\\real.ini", "old");
+  std::filesystem::create_symlink(elsewhere.Real("\\real.ini"), folder_.Real("\\VLMR.ini"));
+  std::filesystem::create_symlink(elsewhere.Real("\\made.ini"), folder_.Real("\\Mail.ini"));
+  std::filesystem::create_symlink("etc.ini", folder_.Real("\\Dialer.ini"));
+  any_.Replace(At("\\vlmr.ini"), "new");
+  any_.Replace(At("\\Mail.ini"), "mail");
+  any_.Replace(At("\\Dialer.ini"), "dialer");
+  for (const char* link : {"\\VLMR.ini", "\\Mail.ini", "\\Dialer.ini"}) {
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_.Real(link))) << link;
+  }
+  EXPECT_EQ(elsewhere.Text("\\real.ini"), "new");
+  EXPECT_EQ(elsewhere.Text("\\made.ini"), "mail");
+  EXPECT_EQ(folder_.Text("\\etc.ini"), "dialer");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(elsewhere.Real()), {}), 2);
+}
+
 TEST_F(PosixFileSystemTest, AWalkForMarkedFilesStartsAtAnOperatorsLinkButFollowsNoneInside) {
   const std::string mark(kTemporaryMark);
   test::ScopedTempDir elsewhere;
