@@ -15,11 +15,13 @@ class FuzzInput {
   FuzzInput(const std::uint8_t* data, std::size_t size) : text_(reinterpret_cast<const char*>(data), size) {}
 
   /// Up to the next line end, which is dropped.
-  std::string Line() {
-    const std::size_t end = text_.find('\n');
-    const std::string line(text_.substr(0, end));
+  std::string Line() { return Until('\n'); }
+  /// Up to the next such character, which is dropped: for texts that may hold line ends.
+  std::string Until(char mark) {
+    const std::size_t end = text_.find(mark);
+    const std::string piece(text_.substr(0, end));
     text_.remove_prefix(end == std::string_view::npos ? text_.size() : end + 1);
-    return line;
+    return piece;
   }
   /// All that is left.
   std::string Rest() { return std::string(std::exchange(text_, {})); }

@@ -1,4 +1,6 @@
 // The whole input is the service's index.
+#include <algorithm>
+
 #include "core/number.h"
 #include "fuzz/fuzz_input.h"
 #include "index/index_readers.h"
@@ -7,13 +9,33 @@
 
 namespace {
 
+using vlmr::test::Promise;
+
+/// True when nothing was raised. A value that is malformed raises; the callers' traps report it.
 template <class Reader>
-void Try(const Reader& reader) {
+bool Try(const Reader& reader) {
   try {
     reader();
-  } catch (const vlmr::platform::RuntimeError&) {
-    // A value that is malformed; the callers' traps report it.
+    return true;
+  } catch (const vlmr::platform::RuntimeError& error) {
+    const int number = error.Number();
+    Promise(number == 5 || number == 6 || number == 7 || number == 9 || number == 13,
+            "a reader raises what it says");
+    return false;
   }
+}
+
+/// The reader of one increment tells the same as the table of all.
+void CheckIncrement(const vlmr::index::IndexReaders& readers,
+                    const std::vector<vlmr::index::Increment>& table, const std::string& version) {
+  const auto row = std::find_if(table.begin(), table.end(), [&](const vlmr::index::Increment& increment) {
+    return increment.from == version;
+  });
+  std::string path;
+  Promise(Try([&] { path = readers.GetIncrementPathForVersion(version); }),
+          "a table that was read is well formed");
+  Promise(path == (version.empty() || row == table.end() ? "" : row->path),
+          "the first increment that fits is found");
 }
 
 }  // namespace
@@ -32,11 +54,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   });
   if (!small) return 0;
   Try([&] { readers.VerifLocalPatternVersion(world.paths.FreshIndex()); });
-  Try([&] { readers.GetDownloadedPatternVersion(); });
-  Try([&] { readers.GetIncrementPathForVersion("100"); });
+  Promise(!readers.GetDownloadedPatternVersion().empty(), "a version that is missing is 0");
   Try([&] { readers.GetCombinedPatternPath(); });
   Try([&] { readers.GetMirrorPatternVersion(vlmr::index::AuxiliaryPattern::kMpp); });
   std::vector<vlmr::index::Increment> table;
-  Try([&] { readers.GetIncrementUrl(table); });
+  if (Try([&] { readers.GetIncrementUrl(table); })) {
+    CheckIncrement(readers, table, "100");
+    if (!table.empty()) CheckIncrement(readers, table, table.back().from);
+  }
+  Promise(world.files.Text(R"(\ActiveUpdate\server.ini)") == index,
+          "an index that is only read stays as it is");
   return 0;
 }

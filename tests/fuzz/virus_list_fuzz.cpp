@@ -1,4 +1,6 @@
 // The whole input is a "whatsnew.txt".
+#include "core/number.h"
+#include "core/text.h"
 #include "fuzz/fuzz_input.h"
 #include "notify/virus_list.h"
 #include "support/test_world.h"
@@ -21,5 +23,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string count =
       world.runtime.ReadIniValue("VIRUS", "COUNT", world.At(R"(\ListVir_Official.ini)"));
   vlmr::test::Promise(count == list.count, "the report holds the count that is returned");
+  const auto lines = vlmr::core::Lines(list.names);
+  vlmr::test::Promise(
+      list.count.empty()
+          ? lines.empty()
+          : vlmr::core::IntegerText(std::int64_t(lines.size())) == list.count || lines.size() > 32767,
+      "as many names as are counted");
   return 0;
 }
