@@ -136,6 +136,8 @@ std::size_t HttpTransfer::TakeBody(char* data, std::size_t size, std::size_t cou
     transfer.skipped_bytes_ += static_cast<std::int64_t>(length);
     return transfer.skipped_bytes_ > kMostSkipped ? 0 : length;
   }
+  transfer.refusal_ = transfer.head_.Refusal();
+  if (!transfer.refusal_.empty()) return 0;
   // No exception may pass through libcurl.
   try {
     transfer.body_.Add({data, length});
@@ -177,11 +179,11 @@ bool HttpTransfer::MustStop(std::int64_t received, std::int64_t total) {
 
 bool HttpTransfer::GoesOn(int code) {
   if (refusal_.empty() && head_.IsRedirect()) return FollowRedirect();
-  if (code == CURLE_OK && head_.IsSuccess()) {
-    Store();
-    return false;
-  }
-  return Fail(ErrorText(code));
+  const bool is_whole = code == CURLE_OK && head_.IsSuccess();
+  if (is_whole && refusal_.empty()) refusal_ = head_.Refusal();
+  if (!is_whole || !refusal_.empty()) return Fail(ErrorText(code));
+  Store();
+  return false;
 }
 
 bool HttpTransfer::FollowRedirect() {
@@ -212,6 +214,10 @@ bool HttpTransfer::Fail(std::string error) {
 std::string HttpTransfer::ErrorText(int code) const {
   if (!refusal_.empty()) return refusal_;
   if (code == CURLE_OK || head_.Status() >= 300) return head_.Text();
+  // What libcurl says of a line that it will not gather any further.
+  if (code == CURLE_OUT_OF_MEMORY && head_.Status() != 0 && !head_.IsComplete()) {
+    return Numbered(code, "Header line too large");
+  }
   const std::string_view words = library_words_.get();
   // libcurl keeps the socket's error of an earlier transfer, so it is asked only where this one set it.
   if (code == CURLE_COULDNT_CONNECT || words.starts_with("Recv failure") ||

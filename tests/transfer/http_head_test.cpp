@@ -54,6 +54,65 @@ TEST(HttpHead, FiveStatusesRedirect) {
   }
 }
 
+std::string RefusalOf(const char* field, const char* status = "HTTP/1.1 200 OK\r\n") {
+  return HeadOf({status, field, "\r\n"}).Refusal();
+}
+
+TEST(HttpHead, AnOrdinarySuccessIsNotRefused) {
+  EXPECT_EQ(RefusalOf("Content-Length: 5\r\n"), "");
+  EXPECT_EQ(RefusalOf("Transfer-Encoding: chunked\r\n"), "");
+  EXPECT_EQ(RefusalOf("Content-Encoding: identity\r\n"), "");
+  EXPECT_EQ(RefusalOf("Content-Encoding: utf-8\r\n"), "");
+}
+
+TEST(HttpHead, AStatusThatSendsNoWholeFileIsRefused) {
+  EXPECT_EQ(RefusalOf("Server: x\r\n", "HTTP/1.1 204 No Content\r\n"),
+            "204 No Content, refused: no file is sent");
+  EXPECT_EQ(RefusalOf("Server: x\r\n", "HTTP/1.1 205 x\r\n"), "205 x, refused: no file is sent");
+  EXPECT_EQ(RefusalOf("Content-Length: 5\r\n", "HTTP/1.1 206 Partial\r\n"),
+            "206 Partial, refused: a part was not asked for");
+}
+
+TEST(HttpHead, AHeaderWithoutItsEndIsRefused) {
+  const HttpHead head = HeadOf({"HTTP/1.1 200 OK\r\n", "Content-Le"});
+  EXPECT_FALSE(head.IsComplete());
+  EXPECT_EQ(head.Refusal(), "200 OK, refused: the header is cut off");
+  EXPECT_NE(HeadOf({"HTTP/1.1 100 Continue\r\n", "\r\n", "HTTP/1.1 200 OK\r\n"}).Refusal(), "");
+}
+
+TEST(HttpHead, TheSameLengthToldTwiceIsOneLength) {
+  EXPECT_EQ(
+      HeadOf({"HTTP/1.1 200 OK\r\n", "Content-Length: 5\r\n", "content-length:5\r\n", "\r\n"}).Refusal(), "");
+  EXPECT_EQ(RefusalOf("Content-Length: 5, 5\r\n"), "");
+}
+
+TEST(HttpHead, LengthsThatDifferOrAreNoNumbersAreRefused) {
+  const std::string refusal = "200 OK, refused: the length is not told, or told in two ways";
+  EXPECT_EQ(
+      HeadOf({"HTTP/1.1 200 OK\r\n", "Content-Length: 5\r\n", "Content-Length: 6\r\n", "\r\n"}).Refusal(),
+      refusal);
+  for (const char* field : {"Content-Length: 5, 6\r\n", "Content-Length: -5\r\n", "Content-Length: 5x\r\n",
+                            "Content-Length:\r\n", "Content-Length: 99999999999999999999\r\n"}) {
+    EXPECT_EQ(RefusalOf(field), refusal) << field;
+  }
+}
+
+TEST(HttpHead, ACompressionThatNobodyAskedForIsRefused) {
+  EXPECT_EQ(RefusalOf("CONTENT-ENCODING: GZip\r\n"),
+            "200 OK, refused: the body is compressed by GZip, which was not asked for");
+  for (const char* field :
+       {"Content-Encoding: deflate\r\n", "Content-Encoding: identity, br\r\n", "Content-Encoding:zstd\r\n"}) {
+    EXPECT_NE(RefusalOf(field), "") << field;
+  }
+}
+
+TEST(HttpHead, WhatAnEarlierAnswerOrATrailerToldDoesNotCount) {
+  EXPECT_EQ(HeadOf({"HTTP/1.1 302 Found\r\n", "Content-Length: 7\r\n", "Content-Encoding: gzip\r\n", "\r\n",
+                    "HTTP/1.1 200 OK\r\n", "Content-Length: 5\r\n", "\r\n", "Content-Length: 9\r\n"})
+                .Refusal(),
+            "");
+}
+
 TEST(HttpHead, RefusesMoreThan256KiB) {
   HttpHead head;
   const std::string line(1024, 'x');
