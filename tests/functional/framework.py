@@ -42,6 +42,10 @@ from web_servers import Nginx, ProgramMissing, TinyProxy  # noqa: E402
 SKIPPED = 77
 
 
+class Unfit(Exception):
+    """Raised by a test that means nothing for the build under test, with the reason; it counts as skipped."""
+
+
 def only_on(system, reason):
     """Marks a test that means something on one system ("linux", "windows") only; the others say so in their list."""
 
@@ -206,6 +210,9 @@ def run_one(name, function, options):
             test.stop()
         test.standing_checks()
         outcome = "passed"
+    except Unfit as reason:
+        print(f"  {reason}")
+        outcome = "skipped"
     except ProgramMissing as missing:
         print(f"  {missing}")
         if os.environ.get("VLMR_ALLOW_SKIP") == "1":

@@ -9,9 +9,9 @@ import zipfile
 import framework  # first: it makes the other modules known
 import service
 from app_folder import read_ini
-from pe_file import GUI, MANIFEST, PeFile
+from pe_file import DYNAMIC_BASE, GUI, HIGH_ENTROPY_VA, MANIFEST, NX_COMPAT, PeFile
 
-SYSTEM_LIBRARIES = {"advapi32.dll", "bcrypt.dll", "crypt32.dll", "kernel32.dll", "msvcrt.dll", "shell32.dll", "user32.dll", "ws2_32.dll"}
+SYSTEM_LIBRARIES = {"advapi32.dll", "bcrypt.dll", "crypt32.dll", "kernel32.dll", "msvcrt.dll", "ntdll.dll", "shell32.dll", "user32.dll", "ws2_32.dll"}
 """Every Windows has them; on some machines one or the other is not named."""
 PRESENT_WINDOWS = "{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}"
 
@@ -22,6 +22,14 @@ def test_the_executable_needs_system_libraries_only(t):
     assert program.machine == 0x8664 and program.subsystem == GUI
     libraries = set(program.libraries())
     assert "kernel32.dll" in libraries and libraries <= SYSTEM_LIBRARIES, libraries
+
+
+@framework.only_on("windows", "it is about a Windows file")
+def test_the_program_lies_at_another_address_in_each_run_and_no_data_is_executed(t):
+    program = PeFile(t.executable)
+    wanted = DYNAMIC_BASE | HIGH_ENTROPY_VA | NX_COMPAT
+    assert program.characteristics & wanted == wanted, hex(program.characteristics)
+    assert program.has_relocations, "without them the address is fixed, whatever the flags say"
 
 
 @framework.only_on("windows", "it is about a Windows file")

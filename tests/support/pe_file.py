@@ -4,6 +4,7 @@ import struct
 
 ICON, GROUP_ICON, VERSION, MANIFEST = 3, 14, 16, 24
 GUI = 2
+HIGH_ENTROPY_VA, DYNAMIC_BASE, NX_COMPAT = 0x20, 0x40, 0x100
 
 
 class PeFile:
@@ -15,7 +16,9 @@ class PeFile:
         optional = head + 24
         size = struct.unpack_from("<H", self.data, head + 20)[0]
         self.subsystem = struct.unpack_from("<H", self.data, optional + 68)[0]
+        self.characteristics = struct.unpack_from("<H", self.data, optional + 70)[0]
         self._directories = optional + 112
+        self.has_relocations = struct.unpack_from("<I", self.data, self._directories + 8 * 5 + 4)[0] > 0
         self._sections = [
             struct.unpack_from("<IIII", self.data, optional + size + 40 * i + 8) for i in range(sections)
         ]
