@@ -136,7 +136,11 @@ std::string PatternStore::GetLastStoredPatternExtension() {
 }
 
 void PatternStore::RefreshPatternFolder() {
-  if (zip_.EntryCount(runtime_.paths.StoredArchive()) < 1) {
+  const std::string archive = runtime_.paths.StoredArchive();
+  if (zip_.EntryCount(archive) < 1) {
+    if (!runtime_.files.FindFile(archive).empty()) {
+      runtime_.Log("RefreshPatternFolder: Error " + archive + " cannot be read, the pattern held stays");
+    }
     return;
   }
   for (const std::string& name : runtime_.files.List(WorkingFiles(runtime_))) {

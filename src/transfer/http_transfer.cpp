@@ -41,6 +41,7 @@ HttpTransfer::HttpTransfer(const core::Runtime& runtime)
 bool HttpTransfer::Begin(const HttpRequest& request) {
   outcome_ = {};
   redirects_ = 0;
+  has_new_connection_ = false;
   body_.Open(request.local_file, request.max_bytes);
   const HttpAddress address = ParseHttpUrl(request.url, request.remote_port);
   if (address.fault != 0) return Fail(LibraryText(address.fault));
@@ -179,6 +180,7 @@ bool HttpTransfer::MustStop(std::int64_t received, std::int64_t total) {
 
 bool HttpTransfer::GoesOn(int code) {
   if (refusal_.empty() && head_.IsRedirect()) return FollowRedirect();
+  if (MeetsStrayBytes(code)) return TryNewConnection();
   const bool is_whole = code == CURLE_OK && head_.IsSuccess();
   if (is_whole && refusal_.empty()) refusal_ = head_.Refusal();
   if (!is_whole || !refusal_.empty()) return Fail(ErrorText(code));
@@ -197,6 +199,19 @@ bool HttpTransfer::FollowRedirect() {
     return Fail(head_.Text() + ", refused: more than " + core::IntegerText(kMostRedirects) + " redirects");
   }
   SetAddress(address);
+  return true;
+}
+
+bool HttpTransfer::MeetsStrayBytes(int code) const {
+  if (code != CURLE_UNSUPPORTED_PROTOCOL || head_.Status() != 0 || has_new_connection_) return false;
+  long opened = 0;
+  curl_easy_getinfo(Handle(), CURLINFO_NUM_CONNECTS, &opened);
+  return opened == 0;
+}
+
+bool HttpTransfer::TryNewConnection() {
+  has_new_connection_ = true;
+  curl_easy_setopt(Handle(), CURLOPT_FRESH_CONNECT, 1L);
   return true;
 }
 

@@ -26,7 +26,9 @@ struct HttpOutcome {
 ///
 /// The rules: http and https only, TLS verified, the environment's proxies ignored; up to 5 redirects to http
 /// or https, none from https to http; 30 s to connect, 60 s without a byte, no limit on the whole; a header
-/// of 256 KiB at most. Success is a status of 2xx and the whole body stored.
+/// of 256 KiB at most. Success is a status of 2xx and the whole body stored. When bytes lie on a kept
+/// connection that belong to no answer, because an earlier one was longer than it said, the request is sent
+/// once more on a new one.
 ///
 /// Example:
 ///     if (transfer.Begin(request)) {
@@ -71,6 +73,8 @@ class HttpTransfer {
   void SetAddress(const HttpAddress& address);
   bool MustStop(std::int64_t received, std::int64_t total);
   bool FollowRedirect();
+  bool MeetsStrayBytes(int code) const;
+  bool TryNewConnection();
   void Store();
   bool Fail(std::string error);
   std::string ErrorText(int code) const;
@@ -83,6 +87,7 @@ class HttpTransfer {
   bool over_proxy_ = false;
   bool secure_ = false;
   int redirects_ = 0;
+  bool has_new_connection_ = false;  ///< asked for it because of stray bytes
   HttpHead head_;
   HttpBody body_;
   std::int64_t skipped_bytes_ = 0;

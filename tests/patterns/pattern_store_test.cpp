@@ -207,9 +207,12 @@ TEST(PatternStore, AnArchiveThatDoesNotOpenLeavesTheWorkingFolderAlone) {
   PatternWorld world;
   world.files.Put(R"(\Pattern\lpt$vpn.099)", "old");
   world.store.RefreshPatternFolder();
+  EXPECT_EQ(world.LogMessages(), Lines{});
   world.files.Put(R"(\ActiveUpdate\Pattern\vsapi.zip)", "no archive");
   world.store.RefreshPatternFolder();
-  EXPECT_EQ(world.LogMessages(), Lines{});
+  EXPECT_EQ(world.LogMessages(),
+            (Lines{"RefreshPatternFolder: Error /app\\ActiveUpdate\\Pattern\\vsapi.zip cannot be "
+                   "read, the pattern held stays"}));
   EXPECT_EQ(world.WorkingFolder(), (Names{"lpt$vpn.099"}));
 }
 

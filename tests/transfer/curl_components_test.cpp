@@ -175,6 +175,43 @@ TEST_P(HttpComponents, AShortBodyIsAFailure) {
   ExpectFailure(Fetch("/"), "18 transfer closed with 95 bytes remaining to read");
 }
 
+TEST_P(HttpComponents, AStatusThatBringsNoWholeFileIsAFailure) {
+  server.Answer({.pieces = {Response("206 Partial Content", "half", "Content-Range: bytes 0-3/8\r\n")}});
+  ExpectFailure(Fetch("/"), "206 Partial Content, refused: a part was not asked for");
+  server.Answer({.pieces = {"HTTP/1.1 204 No Content\r\n\r\n"}});
+  ExpectFailure(Fetch("/"), "204 No Content, refused: no file is sent");
+}
+
+TEST_P(HttpComponents, AHeaderThatBreaksOffIsAFailure) {
+  server.Answer({.pieces = {"HTTP/1.1 200 OK\r\nContent-Le"}, .closes = true});
+  ExpectFailure(Fetch("/"), "200 OK, refused: the header is cut off");
+}
+
+TEST_P(HttpComponents, ABodyOfTwoLengthsIsAFailure) {
+  for (const char* lengths : {"Content-Length: 2\r\nContent-Length: 4",
+                              "Content-Length: 4\r\nContent-Length: 2", "Content-Length: 2, 4"}) {
+    server.Answer(
+        {.pieces = {"HTTP/1.1 200 OK\r\n" + std::string(lengths) + "\r\n\r\nbody"}, .closes = true});
+    ExpectFailure(Fetch("/"), "200 OK, refused: the length is not told, or told in two ways");
+  }
+}
+
+TEST_P(HttpComponents, ACompressedBodyThatNobodyAskedForIsAFailure) {
+  server.Answer({.pieces = {Response("200 OK", "\x1f\x8b", "Content-Encoding: gzip\r\n")}});
+  ExpectFailure(Fetch("/"), "200 OK, refused: the body is compressed by gzip, which was not asked for");
+}
+
+TEST_P(HttpComponents, BytesBehindABodyDoNotSpoilTheNextTransfer) {
+  const std::string body(2'000'000, 'x');
+  server.Answer({.pieces = {Response("200 OK", body), "more than it said"}});
+  EXPECT_TRUE(Fetch("/first").ok);
+  // The first of them goes to a connection that is given up.
+  for (int i = 0; i < 2; ++i) server.Answer({.pieces = {Response("200 OK", "second")}});
+  EXPECT_TRUE(Fetch("/second").ok);
+  EXPECT_EQ(world.files.ReadAll(local), "second");
+  EXPECT_EQ(server.Connections(), 2);
+}
+
 TEST_P(HttpComponents, ABodyWithoutALengthEndsWithItsConnection) {
   server.Answer({.pieces = {"HTTP/1.0 200 OK\r\n\r\nbo", "dy"}, .closes = true});
   EXPECT_TRUE(Fetch("/").ok);
