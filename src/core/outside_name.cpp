@@ -5,6 +5,7 @@
 
 #include "core/text.h"
 #include "platform/file_system.h"
+#include "platform/runtime_error.h"
 
 namespace vlmr::core {
 namespace {
@@ -48,6 +49,11 @@ NameFault CheckCharacters(std::string_view path) {
     if (std::string_view("<>\"|*").find(c) != std::string_view::npos) return NameFault::kReservedCharacter;
   }
   return NameFault::kNone;
+}
+
+[[noreturn]] void Refuse(NameFault fault) {
+  const int number = platform::error_number::kPathFileAccess;
+  throw platform::RuntimeError(number, platform::DescribeError(number) + ": " + DescribeNameFault(fault));
 }
 
 }  // namespace
@@ -105,6 +111,25 @@ std::string DescribeNameFault(NameFault fault) {
       return "it looks like a temporary file";
   }
   return {};
+}
+
+std::string PathBelow(std::string_view folder, std::string_view outside_path) {
+  if (const NameFault fault = CheckOutsidePath(outside_path); fault != NameFault::kNone) Refuse(fault);
+  return ShownBelow(folder, outside_path);
+}
+
+std::string FileIn(std::string_view folder, std::string_view outside_name) {
+  if (const NameFault fault = CheckOutsideFileName(outside_name); fault != NameFault::kNone) Refuse(fault);
+  return ShownBelow(folder, outside_name);
+}
+
+std::string ShownBelow(std::string_view folder, std::string_view outside_path) {
+  std::string path(folder);
+  if (!path.ends_with('\\')) path += '\\';
+  const std::size_t begin = path.size();
+  path += outside_path;
+  std::replace(path.begin() + static_cast<std::ptrdiff_t>(begin), path.end(), '/', '\\');
+  return path;
 }
 
 }  // namespace vlmr::core

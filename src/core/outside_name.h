@@ -31,4 +31,13 @@ NameFault CheckOutsideFileName(std::string_view name);
 /// What is wrong, in words for the log.
 std::string DescribeNameFault(NameFault fault);
 
+/// The path of a name from outside below a folder, given with or without a backslash at its end: the one way
+/// from such a name to a path that is used. Raises 75 with the reason when the name does not pass.
+std::string PathBelow(std::string_view folder, std::string_view outside_path);
+/// The same for a bare file name.
+std::string FileIn(std::string_view folder, std::string_view outside_name);
+/// The text that `PathBelow` gives, for lines of the log, which show names that do not pass as well. Whoever
+/// uses it as a path has checked the name.
+std::string ShownBelow(std::string_view folder, std::string_view outside_path);
+
 }  // namespace vlmr::core

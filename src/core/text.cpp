@@ -47,12 +47,6 @@ std::vector<std::string> Split(std::string_view text, char separator) {
   return pieces;
 }
 
-std::string ToLocalPath(std::string_view index_path) {
-  std::string path(index_path);
-  std::replace(path.begin(), path.end(), '/', '\\');
-  return path;
-}
-
 std::string_view LastCharacters(std::string_view text, std::size_t count) {
   return text.size() > count ? text.substr(text.size() - count) : text;
 }

@@ -19,8 +19,6 @@ std::string_view TrimBlanksAndTabs(std::string_view text);
 std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to);
 /// The text split at every `separator`; an empty text gives one empty piece.
 std::vector<std::string> Split(std::string_view text, char separator);
-/// A relative path of the index in the form of a local path: every "/" becomes "\".
-std::string ToLocalPath(std::string_view index_path);
 /// The last `count` characters, or all when there are fewer.
 std::string_view LastCharacters(std::string_view text, std::size_t count);
 /// The lines of a text; CR LF, LF and CR each end one, a last line without an end counts, a final end makes

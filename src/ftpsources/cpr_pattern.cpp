@@ -3,6 +3,7 @@
 #include <compare>
 
 #include "core/number.h"
+#include "core/outside_name.h"
 #include "core/text.h"
 #include "core/version.h"
 #include "transfer/ftp_fetch.h"
@@ -149,7 +150,7 @@ std::string CprPattern::FetchVirusList() {
 
 bool CprPattern::TestArchive(LatestIni& published) {
   runtime_.Log("GET_CPR_PATTERN: Testing the new pattern downloaded");
-  const std::string archive = In(runtime_.paths, kScratch, published.zip_file);
+  const std::string archive = core::FileIn(runtime_.paths / kScratch, published.zip_file);
   const bool unpacked = zip_.DezipFiles(archive, runtime_.paths / R"(\Cpr_Temp)", "", "");
   const auto patterns = runtime_.files.List(In(runtime_.paths, kScratch, "lpt$vpn.*"));
   if (!unpacked || patterns.empty()) {
@@ -171,8 +172,8 @@ void CprPattern::Publish(const LatestIni& published) {
   runtime_.Log("GET_CPR_PATTERN: Creating New Latest.ini file and strucutre");
   const std::string folder = runtime_.paths / kPublished;
   if (runtime_.files.FindFolder(folder).empty()) trap_([&] { runtime_.files.MakeFolders(folder); });
-  helpers_.DeplaceFile(In(runtime_.paths, kScratch, published.zip_file),
-                       In(runtime_.paths, kPublished, published.zip_file));
+  helpers_.DeplaceFile(core::FileIn(runtime_.paths / kScratch, published.zip_file),
+                       core::FileIn(runtime_.paths / kPublished, published.zip_file));
   const std::string whatsnew = In(runtime_.paths, kScratch, "whatsnew.txt");
   if (!runtime_.files.FindFile(whatsnew).empty()) {
     helpers_.DeplaceFile(whatsnew, In(runtime_.paths, kPublished, "whatsnew.txt"));

@@ -86,9 +86,10 @@ void IntelligentFtp::DropUnpublished() {
   if (runtime_.files.FindFile(PendingMark()).empty()) return;
   trap_([&] {
     const std::string pattern = PatternName(runtime_.files.ReadAll(PendingMark()));
-    const bool is_safe = core::CheckOutsideFileName(pattern) == core::NameFault::kNone;
-    const std::string file = runtime_.paths.PatternFolder() + "\\" + pattern;
-    if (is_safe && !runtime_.files.FindFile(file).empty()) runtime_.files.Delete(file);
+    if (core::CheckOutsideFileName(pattern) == core::NameFault::kNone) {
+      const std::string file = core::FileIn(runtime_.paths.PatternFolder(), pattern);
+      if (!runtime_.files.FindFile(file).empty()) runtime_.files.Delete(file);
+    }
     runtime_.files.Delete(PendingMark());
   });
 }

@@ -165,7 +165,7 @@ void EnginesReduce::Refresh(const Engine& engine, const Pair& pair) const {
     return;
   }
   runtime_.Log(engine.fetch_line);
-  const std::string mirrored = runtime_.paths.MirrorRoot() + core::ToLocalPath(remote.path);
+  const std::string mirrored = fetch_.Mirrored(remote.path);
   if (!fetch_.Fetch(remote.path, mirrored)) {
     runtime_.Log(engine.failure_line);
     return;

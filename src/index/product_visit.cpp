@@ -186,7 +186,7 @@ void Products::DecideDownload(Visit& visit) const {
 
 void Products::LogIfMissing(const File& file) const {
   if (!fetch_.FindMirrored(file.path).empty()) return;
-  runtime_.Log("VerifyProductByIndex: " + runtime_.paths.MirrorRoot() + core::ToLocalPath(file.path) +
+  runtime_.Log("VerifyProductByIndex: " + fetch_.Mirrored(file.path) +
                " is not in the Product folder, download it");
 }
 
@@ -204,13 +204,11 @@ void Products::MirrorFile(const Visit& visit, const File& file) const {
 
 bool Products::DownloadFile(const Visit& visit, const File& file) const {
   runtime_.Log("VerifyProductByIndex: New Product found on ActiveUpdate");
-  const std::string local_path = core::ToLocalPath(file.path);
-  const std::string staged = runtime_.paths.StagingRoot() + local_path;
-  if (!fetch_.Fetch(file.path, staged)) {
+  if (!fetch_.Fetch(file.path)) {
     runtime_.Log("VerifyProductByIndex: Error to get file " + file.path);
     return false;
   }
-  fetch_.Publish(staged, runtime_.paths.MirrorRoot() + local_path);
+  fetch_.Publish(file.path);
   runtime_.WriteIniValue(visit.key, file.key, file.value, runtime_.paths.StoredIndex());
   runtime_.state.AppendProductUpdates(file.report_mark + " New Product downloaded " + file.path + "\r\n");
   return true;

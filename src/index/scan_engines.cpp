@@ -4,7 +4,6 @@
 
 #include "core/error_trap.h"
 #include "core/number.h"
-#include "core/text.h"
 
 namespace vlmr::index {
 namespace {
@@ -70,11 +69,11 @@ bool ScanEngines::IsInMirror(const EngineEntry& entry) const {
 
 bool ScanEngines::Download(const EngineEntry& entry) const {
   runtime_.Log("Checkengine: Download=" + fetch_.AddressOf(entry.path));
-  return fetch_.Fetch(entry.path, Staged(entry)) && Exists("Check if exist= ", Staged(entry));
+  return fetch_.Fetch(entry.path) && Exists("Check if exist= ", Staged(entry));
 }
 
 bool ScanEngines::MoveIntoMirror(const EngineEntry& entry) const {
-  fetch_.Publish(Staged(entry), Mirrored(entry));
+  fetch_.Publish(entry.path);
   return Exists("Check=", Mirrored(entry));
 }
 
@@ -99,12 +98,8 @@ void ScanEngines::QueueMail(const EngineEntry& entry, const std::string& key) co
                         (first ? "" : "%CRLF% -") + key + "=>" + entry.version);
 }
 
-std::string ScanEngines::Staged(const EngineEntry& entry) const {
-  return runtime_.paths.StagingRoot() + core::ToLocalPath(entry.path);
-}
+std::string ScanEngines::Staged(const EngineEntry& entry) const { return fetch_.Staged(entry.path); }
 
-std::string ScanEngines::Mirrored(const EngineEntry& entry) const {
-  return runtime_.paths.MirrorRoot() + core::ToLocalPath(entry.path);
-}
+std::string ScanEngines::Mirrored(const EngineEntry& entry) const { return fetch_.Mirrored(entry.path); }
 
 }  // namespace vlmr::index

@@ -1,7 +1,6 @@
 #include "index/service_fetch.h"
 
 #include "core/outside_name.h"
-#include "core/text.h"
 #include "platform/runtime_error.h"
 #include "transfer/url.h"
 
@@ -16,19 +15,33 @@ bool ServiceFetch::Fetch(const std::string& index_path, std::string local_file) 
                    std::move(local_file));
 }
 
+bool ServiceFetch::Fetch(const std::string& index_path) const {
+  return Fetch(index_path, Staged(index_path));
+}
+
 bool ServiceFetch::FetchFrom(const std::string& base, const std::string& index_path,
                              std::string local_file) const {
   if (!IsUsable(index_path)) return false;
   return downloader_.DownloadFiles(transfer::kProtocolHttp, transfer::JoinUrl(base, index_path), local_file);
 }
 
-void ServiceFetch::Publish(const std::string& staged_file, const std::string& mirror_file) const {
+void ServiceFetch::Publish(const std::string& index_path) const {
+  if (!IsUsable(index_path)) return;
+  const std::string mirrored = Mirrored(index_path);
   try {
-    runtime_.files.MakeFolders(std::string(platform::FolderOf(mirror_file)));
+    runtime_.files.MakeFolders(std::string(platform::FolderOf(mirrored)));
   } catch (const platform::RuntimeError&) {
     // The move below fails then, and says so.
   }
-  helpers_.DeplaceFile(staged_file, mirror_file);
+  helpers_.DeplaceFile(Staged(index_path), mirrored);
+}
+
+std::string ServiceFetch::Staged(const std::string& index_path) const {
+  return core::ShownBelow(runtime_.paths.StagingRoot(), index_path);
+}
+
+std::string ServiceFetch::Mirrored(const std::string& index_path) const {
+  return core::ShownBelow(runtime_.paths.MirrorRoot(), index_path);
 }
 
 std::string ServiceFetch::AddressOf(const std::string& index_path) const {
@@ -37,7 +50,7 @@ std::string ServiceFetch::AddressOf(const std::string& index_path) const {
 
 std::string ServiceFetch::FindMirrored(const std::string& index_path) const {
   if (core::CheckOutsidePath(index_path) != core::NameFault::kNone) return {};
-  return runtime_.files.FindFile(runtime_.paths.MirrorRoot() + core::ToLocalPath(index_path));
+  return runtime_.files.FindFile(Mirrored(index_path));
 }
 
 bool ServiceFetch::IsUsable(const std::string& index_path) const {

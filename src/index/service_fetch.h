@@ -16,12 +16,21 @@ class ServiceFetch {
   /// All references must outlive this object.
   ServiceFetch(const core::Runtime& runtime, transfer::Downloader& downloader, core::FileHelpers& helpers);
 
-  /// Fetches a path of the index from the main source into `local_file`. True when the download succeeded.
+  /// Fetches a path of the index from the main source into the staging tree. True when the download
+  /// succeeded.
+  bool Fetch(const std::string& index_path) const;
+  /// The same into `local_file`.
   bool Fetch(const std::string& index_path, std::string local_file) const;
   /// The same from another base address.
   bool FetchFrom(const std::string& base, const std::string& index_path, std::string local_file) const;
-  /// Moves a fetched file to its place in the mirror, whose missing folders are made silently.
-  void Publish(const std::string& staged_file, const std::string& mirror_file) const;
+  /// Moves a fetched file of the index to its place in the mirror, whose missing folders are made silently. A
+  /// path that is empty or unsafe moves nothing.
+  void Publish(const std::string& index_path) const;
+  /// Where a path of the index lies in the staging tree, for the log whatever the path; nothing is done there
+  /// with one that is not usable.
+  std::string Staged(const std::string& index_path) const;
+  /// The same in the mirror.
+  std::string Mirrored(const std::string& index_path) const;
   /// Address of a path below the main source, as the log shows it.
   std::string AddressOf(const std::string& index_path) const;
   /// The on-disk name of the mirror's file for a path of the index; empty when there is none, and for a path

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "core/number.h"
-#include "core/text.h"
+#include "core/outside_name.h"
 #include "core/version.h"
 
 namespace vlmr::index {
@@ -180,7 +180,7 @@ void UpdateSession::FetchFullArchive() const {
   std::string path;
   trap_([&] { path = parts_.readers.GetCombinedPatternPath(); });
   // The doubled separator is made single by the download.
-  const std::string local_file = runtime_.paths.StagingRoot() + "\\" + core::ToLocalPath(path);
+  const std::string local_file = core::ShownBelow(runtime_.paths.StagingRoot() + "\\", path);
   if (!parts_.fetch.Fetch(path, local_file)) {
     runtime_.Log("StartActiveUpdate: Error to download " + path);
   }

@@ -57,15 +57,15 @@ bool AuxiliaryPatterns::GetPattern(index::AuxiliaryPattern pattern) {
 
   const std::string path = core::BeforeComma(value2);
   const bool is_usable = fetch_.IsUsable(path);
-  const std::string published = runtime_.paths.MirrorRoot() + core::ToLocalPath(path);
-  const std::string found = is_usable ? runtime_.files.FindFile(published) : "";
+  const std::string published = fetch_.Mirrored(path);
+  const std::string found = fetch_.FindMirrored(path);
   runtime_.Log(prefix + "Tests=" + found);
   // Compared in any case: a version that is no number ends the procedure also when the file is missing.
   const bool is_older = std::is_lt(core::CompareAsSingles(stored, web));
   if (!found.empty() && !is_older) {
     return false;
   }
-  const std::string staged = runtime_.paths.StagingRoot() + core::ToLocalPath(path);
+  const std::string staged = fetch_.Staged(path);
   const auto fetch_from = [&](core::Setting source) {
     const std::string base = runtime_.settings.Text(source);
     runtime_.Log(prefix + "Try to get " + transfer::JoinUrl(base, path));
@@ -81,7 +81,7 @@ bool AuxiliaryPatterns::GetPattern(index::AuxiliaryPattern pattern) {
   if (fetched.empty()) {
     return false;
   }
-  fetch_.Publish(staged, published);
+  fetch_.Publish(path);
   const std::string size = core::IntegerText(runtime_.files.Length(published));
   runtime_.WriteIniValue("PATTERN", key, path + "," + web + "," + size, mirror_index);
   return true;

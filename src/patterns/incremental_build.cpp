@@ -83,7 +83,7 @@ std::string IncrementalBuild::FindIncrement(const std::string& my_pattern) {
 }
 
 bool IncrementalBuild::IsStaged(const std::string& increment) {
-  const std::string path = runtime_.paths.StagingRoot() + core::ToLocalPath(increment);
+  const std::string path = fetch_.Staged(increment);
   const std::string found = fetch_.IsUsable(increment) ? runtime_.files.FindFile(path) : "";
   runtime_.Log("PatchVsapI: " + path + "=" + found);
   if (found.empty()) {
@@ -154,17 +154,17 @@ void IncrementalBuild::PublishIncrements() {
   trap_([&] { readers_.GetIncrementUrl(table); });
   for (const index::Increment& row : table) {
     if (fetch_.IsUsable(row.path)) {
-      PublishIncrement(core::ToLocalPath(row.path));
+      PublishIncrement(row.path);
     }
   }
 }
 
-void IncrementalBuild::PublishIncrement(const std::string& local_path) {
-  const std::string staged = runtime_.paths.StagingRoot() + local_path;
+void IncrementalBuild::PublishIncrement(const std::string& index_path) {
+  const std::string staged = fetch_.Staged(index_path);
   const std::string found = runtime_.files.FindFile(staged);
   runtime_.Log("PatchVsapI: Check if Exist: " + staged + "=" + found);
   if (!found.empty()) {
-    fetch_.Publish(staged, runtime_.paths.MirrorRoot() + local_path);
+    fetch_.Publish(index_path);
   }
 }
 

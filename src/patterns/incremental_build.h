@@ -35,7 +35,7 @@ class IncrementalBuild {
   void KillArchive();
   void KillStaged(const std::string& version);
   void PublishIncrements();
-  void PublishIncrement(const std::string& local_path);
+  void PublishIncrement(const std::string& index_path);
 
   const core::Runtime& runtime_;
   const index::IndexReaders& readers_;

@@ -33,7 +33,7 @@ void Increments::GetIncrement(const index::Increment& row) {
   if (!fetch_.IsUsable(row.path)) {
     return;
   }
-  const std::string local_file = runtime_.paths.StagingRoot() + core::ToLocalPath(row.path);
+  const std::string local_file = fetch_.Staged(row.path);
   const bool is_present = !runtime_.files.FindFile(local_file).empty();
   runtime_.Log("GetAllIncrement: Checking " + local_file);
   if (!is_present) {
@@ -84,7 +84,7 @@ bool Increments::GetSingleIncrement() {
   std::string path;
   trap([&] { path = core::BeforeComma(found); });
   runtime_.Log("GetSingleIncrement: URL =" + path);
-  if (!fetch_.Fetch(path, runtime_.paths.StagingRoot() + core::ToLocalPath(path))) {
+  if (!fetch_.Fetch(path)) {
     runtime_.Log("GetSingleIncrement: Error downloading");
     return false;
   }

@@ -96,8 +96,7 @@ bool ReducedDownload::BuildFromIncrement(const std::string& stored, const std::s
     return false;
   }
   runtime_.Log("DownloadOnlyFirstPattern: Incerment=True");
-  runtime_.Log("DownloadOnlyFirstPattern: FileIncrement=[" + runtime_.paths.StagingRoot() +
-               core::ToLocalPath(url) + "]");
+  runtime_.Log("DownloadOnlyFirstPattern: FileIncrement=[" + fetch_.Staged(url) + "]");
   runtime_.Log("DownloadOnlyFirstPattern: Launch Patch Function");
   if (!job_.PatchIni(stored, web)) {
     runtime_.Log("DownloadOnlyFirstPattern: Incerment=False");
@@ -159,7 +158,7 @@ bool ReducedDownload::GET_INCREMENT(const std::string& url) {
   }
   runtime_.Log("GET_INCREMENT: Try To Download " + fetch_.AddressOf(url) + "=> " +
                runtime_.paths / R"(\ActiveUpdate\TempDownload\)" + url);
-  return fetch_.Fetch(url, runtime_.paths.StagingRoot() + core::ToLocalPath(url));
+  return fetch_.Fetch(url);
 }
 
 bool ReducedDownload::GET_BIG_VSAPI() {
@@ -170,8 +169,8 @@ bool ReducedDownload::GET_BIG_VSAPI() {
   TrapOf(runtime_, "GET_BIG_VSAPI")([&] { path = core::SplitPathAndSize(value).path; });
   MakeFolderWhenMissing(runtime_, "GET_BIG_VSAPI", runtime_.paths.PatternFolder());
   runtime_.Log("GET_BIG_VSAPI: GETFirstUrl=" + fetch_.AddressOf(path));
-  const std::string staged = runtime_.paths.StagingRoot() + core::ToLocalPath(path);
-  if (!fetch_.Fetch(path, staged)) {
+  const std::string staged = fetch_.Staged(path);
+  if (!fetch_.Fetch(path)) {
     runtime_.Log("GET_BIG_VSAPI: Unable to get Path_VSAPI file");
     return false;
   }
@@ -180,8 +179,8 @@ bool ReducedDownload::GET_BIG_VSAPI() {
   const bool is_unzipped = zip_.DezipFiles(staged, source, "", "");
   runtime_.Log(is_unzipped ? "GET_BIG_VSAPI: Unzip Latest Pattern =True"
                            : "GET_BIG_VSAPI: Unzip Latest Pattern =False !!");
-  const std::string published = runtime_.paths.MirrorRoot() + core::ToLocalPath(path);
-  fetch_.Publish(staged, published);
+  const std::string published = fetch_.Mirrored(path);
+  fetch_.Publish(path);
   WriteMirrorIndex(version, published, "GET_BIG_VSAPI");
   const bool is_moved = runtime_.files.FindFile(staged).empty();
   if (is_moved && core::EqualsIgnoringCase(published, runtime_.paths.StoredArchive())) {

@@ -16,7 +16,7 @@ std::string RefusalOfName(std::string_view name) {
 FtpResult FetchByName(FtpClient& client, const std::string& name, const std::string& local_folder) {
   const std::string refusal = RefusalOfName(name);
   if (!refusal.empty()) return {platform::error_number::kInvalidCall, "Refused " + refusal};
-  return client.Get(name, local_folder + "\\" + name);
+  return client.Get(name, core::FileIn(local_folder, name));
 }
 
 }  // namespace vlmr::transfer

@@ -61,7 +61,7 @@ std::string_view CheckedName(const ZipEntry& entry) {
 /// nothing of it is left then.
 bool Extract(platform::FileSystem& files, const ZipReader& archive, const ZipEntry& entry,
              const std::string& folder) {
-  const std::string path = folder + "\\" + core::ToLocalPath(CheckedName(entry));
+  const std::string path = core::PathBelow(folder, CheckedName(entry));
   if (entry.IsFolder()) {
     files.MakeFolders(path);
     return false;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/file_system.h"
+#include "platform/runtime_error.h"
 
 namespace vlmr::core {
 namespace {
@@ -135,6 +136,33 @@ TEST(OutsideName, AFileNameHasNoFolder) {
   EXPECT_EQ(CheckOutsideFileName("/b"), NameFault::kLeadingSeparator);
   EXPECT_EQ(CheckOutsideFileName("b/"), NameFault::kEmptyComponent);
   EXPECT_EQ(CheckOutsideFileName(""), NameFault::kEmpty);
+}
+
+TEST(OutsideName, BecomesAPathWithBackslashesBelowItsFolder) {
+  EXPECT_EQ(PathBelow("/app\\ActiveUpdate\\", "Product/a/b/f.zip"),
+            "/app\\ActiveUpdate\\Product\\a\\b\\f.zip");
+  EXPECT_EQ(PathBelow("/app\\Pattern", "f.zip"), "/app\\Pattern\\f.zip");
+  EXPECT_EQ(FileIn("/app\\CPR_Temp", "f.zip"), "/app\\CPR_Temp\\f.zip");
+}
+
+TEST(OutsideName, ThatDoesNotPassBecomesNoPathButRaises75WithTheReason) {
+  const auto reason_of = [](auto make) -> std::string {
+    try {
+      make();
+    } catch (const platform::RuntimeError& error) {
+      return std::to_string(error.Number()) + " " + error.Description();
+    }
+    return "";
+  };
+  EXPECT_EQ(reason_of([] { (void)PathBelow("/app", "a/../../b"); }),
+            "75 Path/File access error: it leads out of its folder");
+  EXPECT_EQ(reason_of([] { (void)PathBelow("/app", ""); }), "75 Path/File access error: the name is empty");
+  EXPECT_EQ(reason_of([] { (void)FileIn("/app", "a/b"); }), "75 Path/File access error: it holds a folder");
+}
+
+TEST(OutsideName, IsShownAsAPathWhateverItHolds) {
+  EXPECT_EQ(ShownBelow("/app\\x\\", ""), "/app\\x\\");
+  EXPECT_EQ(ShownBelow("/app\\x", "../a:b"), "/app\\x\\..\\a:b");
 }
 
 TEST(OutsideName, EveryFaultHasWordsOfItsOwn) {

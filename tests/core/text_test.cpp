@@ -53,11 +53,6 @@ TEST(Text, SplitsAtEverySeparator) {
   EXPECT_EQ(Split(" a , b ", ','), (Pieces{" a ", " b "}));
 }
 
-TEST(Text, TurnsAnIndexPathIntoALocalOne) {
-  EXPECT_EQ(ToLocalPath("Product/a/b/f.zip"), "Product\\a\\b\\f.zip");
-  EXPECT_EQ(ToLocalPath("f.zip"), "f.zip");
-}
-
 TEST(Text, GivesTheLastCharacters) {
   EXPECT_EQ(LastCharacters("lpt$vpn.101", 3), "101");
   EXPECT_EQ(LastCharacters("ab", 3), "ab");

@@ -60,8 +60,7 @@ TEST_F(ServiceFetchTest, RefusedPathLeavesAnExistingLocalFileAlone) {
 
 TEST_F(ServiceFetchTest, PublishingMakesTheMirrorsMissingFoldersSilently) {
   files.Put(R"(\TempDownload\ActiveUpdate\Product\a\b\f.zip)", "new");
-  fetch.Publish(At(R"(\TempDownload\ActiveUpdate\Product\a\b\f.zip)"),
-                At(R"(\ActiveUpdate\Product\a\b\f.zip)"));
+  fetch.Publish("Product/a/b/f.zip");
   EXPECT_EQ(files.Text(R"(\ActiveUpdate\Product\a\b\f.zip)"), "new");
   EXPECT_FALSE(files.Has(R"(\TempDownload\ActiveUpdate\Product\a\b\f.zip)"));
   EXPECT_EQ(LogMessages().size(), LogMessages("DeplaceFile: ").size());
@@ -69,10 +68,18 @@ TEST_F(ServiceFetchTest, PublishingMakesTheMirrorsMissingFoldersSilently) {
 
 TEST_F(ServiceFetchTest, PublishingBelowAFileSaysThatTheMoveFailed) {
   files.Put(R"(\ActiveUpdate\Product)", "a file");
-  files.Put(R"(\TempDownload\ActiveUpdate\f.zip)", "new");
-  fetch.Publish(At(R"(\TempDownload\ActiveUpdate\f.zip)"), At(R"(\ActiveUpdate\Product\f.zip)"));
+  files.Put(R"(\TempDownload\ActiveUpdate\Product\f.zip)", "new");
+  fetch.Publish("Product/f.zip");
   EXPECT_TRUE(Logged("DeplaceFile: lngRetVal=0"));
-  EXPECT_TRUE(files.Has(R"(\TempDownload\ActiveUpdate\f.zip)"));
+  EXPECT_TRUE(files.Has(R"(\TempDownload\ActiveUpdate\Product\f.zip)"));
+}
+
+TEST_F(ServiceFetchTest, PublishingAnUnsafePathMovesNothing) {
+  files.Put(R"(\VLMR.key)", "x");
+  fetch.Publish("../../VLMR.key");
+  EXPECT_TRUE(files.Has(R"(\VLMR.key)"));
+  EXPECT_TRUE(LogMessages("DeplaceFile").empty());
+  EXPECT_TRUE(Logged("ServiceFetch: Refused path [../../VLMR.key]: it leads out of its folder"));
 }
 
 TEST_F(ServiceFetchTest, MirroredFileIsFoundInAnyCaseAndNeverOutsideTheTree) {
