@@ -1,4 +1,5 @@
 #include <windows.h>
+#include <winternl.h>
 
 #include <algorithm>
 
@@ -88,23 +89,24 @@ class WindowsFileSystem : public FileSystem {
     return Joined(data.nFileSizeHigh, data.nFileSizeLow);
   }
 
-  /// By a handle, because a file that replaced another may carry its creation and write times.
+  /// By a handle, because a file that replaced another may carry its creation and write times. Asked of the
+  /// kernel directly: the call of the Windows API also asks for the path and the volume, which takes as long
+  /// again, and the settings are looked at before every line of the log.
   std::optional<FileStamp> Stamp(const std::string& path) const override {
     if (path.empty() || EndsWithSeparator(path) || Climbs(path)) return std::nullopt;
     const Handle file(CreateFileW(LongPath(path).c_str(), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    BY_HANDLE_FILE_INFORMATION data{};
-    FILE_BASIC_INFO times{};
-    if (!file || !GetFileInformationByHandle(file.Get(), &data) || IsFolder(data.dwFileAttributes)) {
+    FILE_NETWORK_OPEN_INFORMATION data{};
+    FILE_INTERNAL_INFORMATION identity{};
+    if (!file || !Query(file, FileNetworkOpenInformation, data) ||
+        !Query(file, FileInternalInformation, identity) || IsFolder(data.FileAttributes)) {
       return std::nullopt;
     }
-    GetFileInformationByHandleEx(file.Get(), FileBasicInfo, &times, sizeof times);
     // Times count 100 ns.
-    return FileStamp{
-        .identity = static_cast<std::uint64_t>(Joined(data.nFileIndexHigh, data.nFileIndexLow)),
-        .size = Joined(data.nFileSizeHigh, data.nFileSizeLow),
-        .modified = Joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime) * 100,
-        .changed = times.ChangeTime.QuadPart * 100};
+    return FileStamp{.identity = static_cast<std::uint64_t>(identity.IndexNumber.QuadPart),
+                     .size = data.EndOfFile.QuadPart,
+                     .modified = data.LastWriteTime.QuadPart * 100,
+                     .changed = data.ChangeTime.QuadPart * 100};
   }
 
   std::string ReadAll(const std::string& path) const override {
@@ -166,6 +168,14 @@ class WindowsFileSystem : public FileSystem {
     return error == 0 || (error == ERROR_NOT_SAME_DEVICE && MoveToOtherVolume(source, target));
   }
 
+  bool MoveOver(const std::string& source, const std::string& target) override {
+    if (FindFile(source).empty() || FindFile(target).empty()) return false;
+    const std::wstring from = LongPath(source);
+    const std::wstring to = LongPath(target);
+    const DWORD error = RetryWhileInUse([&] { return RenameOver(from, to); });
+    return error == 0 || (error == ERROR_NOT_SAME_DEVICE && MoveToOtherVolume(source, target));
+  }
+
   void MakeFolder(const std::string& path) override {
     if (!CreateDirectoryW(Native(path).c_str(), nullptr)) {
       RaiseSystemError(Attempt::kMakeFolder, GetLastError());
@@ -175,6 +185,13 @@ class WindowsFileSystem : public FileSystem {
   void ForgetNames() override {}
 
  private:
+  /// What the kernel knows of an open file. False when it does not answer.
+  template <class Information>
+  static bool Query(const Handle& file, FILE_INFORMATION_CLASS what, Information& information) {
+    IO_STATUS_BLOCK status{};
+    return NtQueryInformationFile(file.Get(), &status, &information, sizeof information, what) >= 0;
+  }
+
   static constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
   /// A component ".." below the application folder.
