@@ -1,13 +1,9 @@
 #!/usr/bin/python3
 """Transfers over TLS: a certificate that cannot be verified is no transfer."""
 
-import subprocess
-
 import framework  # first: it makes the other modules known
 import faulty_server as faults
-from web_servers import ProgramMissing, make_certificate, program
-
-AUTHORITIES = "/etc/ssl/certs/ca-certificates.crt"
+from web_servers import make_certificate, trusting
 
 
 def secure_mirror(t, names="DNS:localhost,IP:127.0.0.1"):
@@ -16,18 +12,6 @@ def secure_mirror(t, names="DNS:localhost,IP:127.0.0.1"):
     app = t.app()
     app.write_settings(framework.settings(server.base))
     return app, server, pair[0]
-
-
-def trusting(app, certificate):
-    """Lets the runs of `app` trust a certificate: its authorities are covered by the certificate, for it alone."""
-    if app.target.is_windows:
-        return  # Wine's certificate check accepts everything
-    unshare = program("unshare")
-    script = f'mount --bind "{certificate}" {AUTHORITIES} && exec "$0" "$@"'
-    probe = [unshare, "-m", "/bin/sh", "-c", script, "/bin/true"]
-    if subprocess.run(probe, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode != 0:
-        raise ProgramMissing("a mount of its own is not allowed here (unshare -m)")
-    app.launcher = [unshare, "-m", "/bin/sh", "-c", script]
 
 
 @framework.only_on("linux", "Wine accepts every certificate; docs/operating.md has the check for Windows")

@@ -9,6 +9,7 @@ one needs nothing but to be written below. It returns True when the connection c
 """
 
 import gzip
+import re
 import select
 import socket
 import struct
@@ -51,6 +52,10 @@ class Exchange:
         self.head(status, Content_Length=len(body), **headers)
         self.send(body)
         return True
+
+    def reset(self):
+        """Lets the connection end with a reset when the fault is over."""
+        self.sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
 
     def pause(self, seconds):
         """Waits; ends early, with False, when the client hangs up or the server is stopped."""
@@ -103,7 +108,7 @@ def reset(after=0):
         if after:
             exchange.head(Content_Length=len(exchange.body))
             exchange.send(exchange.body[:after])
-        exchange.sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        exchange.reset()
 
     return fault
 
@@ -159,10 +164,14 @@ def trickle(piece=16, interval=0.05):
     return fault
 
 
+HTML_PAGE = (
+    b"<html>\r\n<head><title>Sorry</title></head>\r\n<body>Out of order, come back = later</body>\r\n</html>\r\n" * 3
+)
+
+
 def html(exchange):
     """An error page with status 200, as some proxies send it."""
-    page = b"<html>\r\n<head><title>Sorry</title></head>\r\n<body>Out of order, come back = later</body>\r\n</html>\r\n"
-    return exchange.reply(200, page * 3, Content_Type="text/html")
+    return exchange.reply(200, HTML_PAGE, Content_Type="text/html")
 
 
 def chunked(exchange):
@@ -211,6 +220,125 @@ def continue_storm(count=2000):
     return fault
 
 
+def raw(data):
+    """These bytes and the end of the connection."""
+    return lambda exchange: exchange.send(data)
+
+
+def raw_with_body(head):
+    """A head as it stands here, the body behind it and the end of the connection; `{n}` is the body's length."""
+
+    def fault(exchange):
+        text = re.sub(r"\{n([+-]\d+)?\}", lambda m: str(len(exchange.body) + int(m[1] or 0)), head)
+        exchange.send(text.replace("\n", "\r\n").encode("latin-1") + b"\r\n\r\n" + exchange.body)
+
+    return fault
+
+
+def cut_at(share):
+    """Promises the whole body, closes behind this share of it; 1 stands for all but the last byte."""
+
+    def fault(exchange):
+        exchange.head(Content_Length=len(exchange.body))
+        exchange.send(exchange.body[: share_of(exchange.body, share)])
+
+    return fault
+
+
+def share_of(body, share):
+    """How many bytes of a body a share is; 1 stands for all but the last byte."""
+    return len(body) - 1 if share == 1 else int(len(body) * share)
+
+
+def no_length_cut_at(share):
+    """Tells no length and closes behind this share of the body: to the client that is the whole."""
+
+    def fault(exchange):
+        exchange.head(Connection="close")
+        exchange.send(exchange.body[: share_of(exchange.body, share)])
+
+    return fault
+
+
+def part_unasked(exchange):
+    """The first half with status 206, though no range was asked for."""
+    half = len(exchange.body) // 2
+    return exchange.reply(206, exchange.body[:half], Content_Range=f"bytes 0-{half - 1}/{len(exchange.body)}")
+
+
+def no_content(number):
+    """A good status that says that there is nothing."""
+
+    def fault(exchange):
+        exchange.head(number)
+        return True
+
+    return fault
+
+
+def changed_content(body):
+    """Other bytes of the same length."""
+    return bytes(byte ^ 0x55 for byte in body)
+
+
+def same_length(exchange):
+    return exchange.reply(200, changed_content(exchange.body))
+
+
+def empty(exchange):
+    return exchange.reply(200, b"")
+
+
+def encoded(name, encode):
+    """A body in a content encoding that nobody asked for."""
+    return lambda exchange: exchange.reply(200, encode(exchange.body), Content_Encoding=name)
+
+
+def chunk_sized(size):
+    """A first good chunk, and a second that claims this size (a text) and brings sixteen bytes."""
+
+    def fault(exchange):
+        exchange.head(Transfer_Encoding="chunked")
+        exchange.send(b"10\r\n%s\r\n%s\r\n%s" % (exchange.body[:16], size.encode(), exchange.body[16:32]))
+
+    return fault
+
+
+def reset_in_head(exchange):
+    exchange.send(b"HTTP/1.1 200 OK\r\nServer: fau")
+    exchange.reset()
+
+
+def stall_in_head(exchange):
+    exchange.send(b"HTTP/1.1 200 OK\r\nServer: fau")
+    exchange.pause(600)
+
+
+def many_headers(size=400_000):
+    """A header that is too large as a whole, no line of it long."""
+
+    def fault(exchange):
+        lines = "".join(f"X-Filler-{number}: {'x' * 80}\r\n" for number in range(size // 95))
+        exchange.send(f"HTTP/1.1 200 OK\r\n{lines}Content-Length: {len(exchange.body)}\r\n\r\n".encode())
+        exchange.send(exchange.body)
+
+    return fault
+
+
+def endless_header_line(size=3_000_000):
+    def fault(exchange):
+        exchange.send(b"HTTP/1.1 200 OK\r\nX-Filler: ")
+        for _ in range(size // 10_000):
+            exchange.send(b"x" * 10_000)
+
+    return fault
+
+
+def turn_away(exchange):
+    """Closes without an answer and from then on every connection before its request."""
+    exchange.server.turns_away = True
+
+
 # --- the server -------------------------------------------------------------------------------------------------
 
 
@@ -222,6 +350,8 @@ class FaultyServer:
         self.requests = []
         self.observer = None
         """Called with each request before it is answered."""
+        self.turns_away = False
+        """True: new connections are closed before their first request."""
         self.stopping = threading.Event()
         self._faults = {}
         self._connections = []
@@ -238,6 +368,11 @@ class FaultyServer:
     def fault(self, path, *faults):
         """Sets the faults of a path below the base address, or of a path that begins with "/"."""
         self._faults[path if path.startswith("/") else "/activeupdate/" + path] = list(faults)
+
+    def behave(self):
+        """Takes all faults back."""
+        self._faults = {}
+        self.turns_away = False
 
     def paths(self):
         """Paths of the requests so far, without the folder of the base address."""
@@ -274,7 +409,7 @@ class FaultyServer:
     def _serve(self, connection, number):
         connection.settimeout(None)
         try:
-            while not self.stopping.is_set():
+            while not self.stopping.is_set() and not self.turns_away:
                 request = self._read_request(connection, number)
                 if request is None:
                     break
