@@ -139,6 +139,9 @@ void Program::Parts::Join() {
   joints.pass_jobs = {&reduced, &increments, &build, &housekeeping, &virus_list, &auxiliary};
   joints.run_jobs = {&cleaner, &update, &intelligent, &cpr, &cleanup};
   joints.start = {&operations, &products, &watchdog};
+  ini.OnFault([this](const std::string& file, const platform::RuntimeError& error) {
+    log.ReportFault("IniStore: Error " + core::ErrorText(error) + " [" + file + "]");
+  });
   settings.OnSecretFault([this](const std::string& text) { log.WriteLog(text); });
 }
 

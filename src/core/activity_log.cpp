@@ -1,6 +1,7 @@
 #include "core/activity_log.h"
 
 #include <optional>
+#include <utility>
 
 #include "core/error_trap.h"
 #include "core/number.h"
@@ -41,6 +42,24 @@ ActivityLog::ActivityLog(const AppPaths& paths, platform::FileSystem& files, con
       settings_path_(paths.Settings()) {}
 
 void ActivityLog::WriteLog(std::string_view message, LogLevel level) {
+  is_writing_ = true;
+  WriteLine(message, level);
+  // A fault that comes up now waits for the next line: a disk that stays full must not hold the run here.
+  if (!faults_.empty()) [[unlikely]] {
+    for (const std::string& text : std::exchange(faults_, {})) WriteLine(text, LogLevel::kOrdinary);
+  }
+  is_writing_ = false;
+}
+
+void ActivityLog::ReportFault(std::string text) {
+  if (is_writing_) {
+    faults_.push_back(std::move(text));
+  } else {
+    WriteLog(text);
+  }
+}
+
+void ActivityLog::WriteLine(std::string_view message, LogLevel level) {
   line_.assign(clock_.DateTimeText()).append(bracket_).append(message);
   form_.SetStatus(line_);
   line_.append(kLineEnd);
@@ -88,7 +107,8 @@ void ActivityLog::BackupLog(const platform::LocalTime& /*run_start*/) {
                            PaddedText(now.minute, 2) + "_logs.logs";
   const std::string folder = paths_ / R"(\BackupLogs)";
   const std::string log = paths_ / R"(\Vlmr.log)";
-  const ErrorTrap trap = Silent();
+  const ErrorTrap trap(
+      [this](const platform::RuntimeError& error) { ReportFault("BackupLog: Error " + ErrorText(error)); });
   if (files_.FindFolder(folder).empty()) {
     trap([&] { files_.MakeFolder(folder); });
   }
@@ -98,7 +118,10 @@ void ActivityLog::BackupLog(const platform::LocalTime& /*run_start*/) {
 }
 
 void ActivityLog::AppendDownloadedSize(std::int64_t bytes) {
-  Silent()([&] { files_.Append(paths_ / R"(\Downloaded.siz)", IntegerText(bytes) + std::string(kLineEnd)); });
+  const ErrorTrap trap([this](const platform::RuntimeError& error) {
+    ReportFault("AppendDownloadedSize: Error " + ErrorText(error));
+  });
+  trap([&] { files_.Append(paths_ / R"(\Downloaded.siz)", IntegerText(bytes) + std::string(kLineEnd)); });
 }
 
 std::string ActivityLog::GetFileTempLogs() {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/app_paths.h"
 #include "core/ini_store.h"
@@ -31,6 +32,10 @@ class ActivityLog {
   /// kilobytes is deleted first.
   void WriteLog(std::string_view message, LogLevel level = LogLevel::kOrdinary);
 
+  /// Writes a line about a file that could not be changed where nobody else would tell; at once, or behind
+  /// the line that is just being written.
+  void ReportFault(std::string text);
+
   /// Copies the log into `\BackupLogs` under the present minute's name, replacing a copy of the same minute.
   /// The run's start time is part of the call but the name is made from the present moment.
   void BackupLog(const platform::LocalTime& run_start);
@@ -42,6 +47,7 @@ class ActivityLog {
   std::string GetFileTempLogs();
 
  private:
+  void WriteLine(std::string_view message, LogLevel level);
   void WriteToFile(std::string_view line, LogLevel level);
 
   const AppPaths& paths_;
@@ -55,6 +61,8 @@ class ActivityLog {
   const std::string bracket_;  ///< what stands between the moment and the message of every line
   const std::string log_path_;
   const std::string settings_path_;
+  std::vector<std::string> faults_;  ///< to be told as soon as the present line is written
+  bool is_writing_ = false;
   std::string line_;  ///< kept, so that a line needs no memory of its own
 };
 

@@ -72,6 +72,7 @@ struct IniStore::Entry {
   bool settled = false;
   std::chrono::steady_clock::time_point stamped;  ///< when this stamp was first seen
   bool readable = true;  ///< false: the file is there but cannot be read, so it must not be replaced either
+  int fault = 0;         ///< the number of the error that was reported last; 0 since the file was written
   int batches = 0;
   int at_end_batches = 0;
   std::vector<Change> held;
@@ -180,6 +181,7 @@ void IniStore::Load(const std::string& file, Entry& entry) {
                         error.Number() == platform::error_number::kPathNotFound;
       entry.readable = gone;
       entry.loaded = false;
+      if (!gone) Report(file, entry, error);
     }
   }
   // Looking again at a long file that did not change costs its reading, not its parsing.
@@ -188,17 +190,24 @@ void IniStore::Load(const std::string& file, Entry& entry) {
   for (const Change& change : entry.held) Apply(change, entry.document);
 }
 
+void IniStore::Report(const std::string& file, Entry& entry, const platform::RuntimeError& error) {
+  // A disk stays full, and a missing key is written whenever it is asked for: one report is enough.
+  if (std::exchange(entry.fault, error.Number()) != error.Number() && on_fault_) on_fault_(file, error);
+}
+
 /// REQUIRES: `entry` has just been refreshed.
 bool IniStore::Flush(const std::string& file, Entry& entry) {
   entry.last_flush = clock_.Steady();
   if (!entry.readable) return false;
   try {
     files_.Replace(file, entry.document.Text(), AccessOf(file));
-  } catch (const platform::RuntimeError&) {
+  } catch (const platform::RuntimeError& error) {
     // What is in memory is not what is on disk: outside a batch it is dropped, inside it is tried again.
     if (entry.batches == 0) entry.loaded = false;
+    Report(file, entry, error);
     return false;
   }
+  entry.fault = 0;
   entry.held.clear();
   // Should another program have replaced the file since, the look at the settled file finds it out.
   entry.stamp = files_.Stamp(file);

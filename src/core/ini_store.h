@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -12,6 +13,7 @@
 #include "platform/clock.h"
 #include "platform/event_loop.h"
 #include "platform/file_system.h"
+#include "platform/runtime_error.h"
 
 namespace vlmr::core {
 
@@ -30,6 +32,11 @@ class IniStore {
   ~IniStore();
   IniStore(const IniStore&) = delete;
   IniStore& operator=(const IniStore&) = delete;
+
+  /// Called when a file cannot be written, or read so that it may be written: once, until it goes well again
+  /// or for another reason.
+  using FaultHandler = std::function<void(const std::string& file, const platform::RuntimeError& error)>;
+  void OnFault(FaultHandler handler) { on_fault_ = std::move(handler); }
 
   /// The stored value; empty when key, section or file is missing. Raises nothing.
   std::string ReadIniValue(std::string_view section, std::string_view key, const std::string& file);
@@ -105,6 +112,7 @@ class IniStore {
   Entry& EntryOf(const std::string& file);
   Entry& Refresh(const std::string& file);
   void Load(const std::string& file, Entry& entry);
+  void Report(const std::string& file, Entry& entry, const platform::RuntimeError& error);
   bool Flush(const std::string& file, Entry& entry);
   template <class MakeChange>
   bool Keep(const std::string& file, Entry& entry, const MakeChange& make_change);
@@ -117,6 +125,7 @@ class IniStore {
   std::unordered_map<std::string, std::unique_ptr<Entry>, PathHash, PathEqual> entries_;
   /// The file that was asked for last, because the next use is nearly always of the same one; null at first.
   std::pair<const std::string, std::unique_ptr<Entry>>* last_used_ = nullptr;
+  FaultHandler on_fault_;
   platform::EventLoop::TimerId flush_timer_ = 0;
   int periodic_batches_ = 0;
 };

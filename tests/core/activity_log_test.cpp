@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "core/error_trap.h"
 #include "support/test_world.h"
 
 namespace vlmr::core {
@@ -171,6 +172,31 @@ TEST(ActivityLog, NoFailureOfAFileReachesTheCaller) {
   }
 }
 
+TEST(ActivityLog, AFaultThatComesUpWhileALineIsWrittenIsToldBehindIt) {
+  World world;
+  world.files.Put(kLog, "");
+  world.ini.OnFault([&](const std::string& file, const platform::RuntimeError& error) {
+    world.log.ReportFault("IniStore: Error " + core::ErrorText(error) + " [" + file + "]");
+  });
+  world.files.Put(R"(\VLMR.ini)", "[LOGS]\r\nMaxSize=100\r\n");
+  world.files.Fail(Operation::kStage, "VLMR.ini", 61);  // the missing "Level" is written by the first line
+  world.log.WriteLog("first");
+  world.log.WriteLog("second");
+  EXPECT_EQ(world.LogMessages(),
+            (std::vector<std::string>{"first", "IniStore: Error 61 Disk full [/app\\VLMR.ini]", "second"}));
+}
+
+TEST(ActivityLog, ABackupOrASizeThatCannotBeWrittenIsTold) {
+  World world;
+  world.log.WriteLog("first");
+  world.files.Fail(Operation::kStage, "*.logs", 61);
+  world.files.Fail(Operation::kWrite, "Downloaded.siz", 57);
+  world.log.BackupLog(world.clock.Now());
+  world.log.AppendDownloadedSize(12);
+  EXPECT_TRUE(world.Logged("BackupLog: Error 61 Disk full"));
+  EXPECT_TRUE(world.Logged("AppendDownloadedSize: Error 57 Device I/O error"));
+}
+
 TEST(ActivityLog, AFailingLogStillFillsTheTemporaryLog) {
   World world;
   TurnDebugOn(world);
@@ -234,14 +260,16 @@ TEST(LogBackup, OfAMissingLogCopiesNothing) {
   EXPECT_EQ(world.files.Folders(), std::vector<std::string>{R"(\BackupLogs)"});
 }
 
-TEST(LogBackup, FailsSilently) {
+TEST(LogBackup, FailsWithALineAtMostAndGoesOn) {
   World world;
   world.log.WriteLog("x");
   world.files.Put(R"(\BackupLogs)", "a file in the folder's place");
   EXPECT_NO_THROW(world.log.BackupLog(world.clock.Now()));
   world.files.Fail(Operation::kAnyChange, "*", 61);
   EXPECT_NO_THROW(world.log.BackupLog(world.clock.Now()));
-  EXPECT_EQ(world.LogMessages(), std::vector<std::string>{"x"});
+  EXPECT_EQ(world.LogMessages(), (std::vector<std::string>{"x", "BackupLog: Error 75 Path/File access error",
+                                                           "BackupLog: Error 76 Path not found"}))
+      << "of the second failure nothing can be told";
 }
 
 TEST(DownloadedSize, IsOneLineOfBytesForEachCall) {

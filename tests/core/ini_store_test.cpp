@@ -5,6 +5,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/runtime_error.h"
 #include "support/fake_clock.h"
@@ -44,6 +45,36 @@ class IniStoreTest : public testing::Test {
   IniStore store{files, loop, clock};
   const std::string file = files.At(R"(\VLMR.ini)");
 };
+
+TEST_F(IniStoreTest, AFaultIsToldOnceUntilAWriteGoesWellOrItIsAnother) {
+  std::vector<int> told;
+  store.OnFault([&](const std::string& where, const platform::RuntimeError& error) {
+    EXPECT_EQ(where, file);
+    told.push_back(error.Number());
+  });
+  files.Fail(Operation::kStage, "VLMR.ini", 61);
+  EXPECT_FALSE(Write("a", "b", "1"));
+  EXPECT_FALSE(Write("a", "b", "2"));
+  EXPECT_EQ(told, (std::vector<int>{61}));
+  files.FailNothing();
+  files.Fail(Operation::kCommit, "VLMR.ini", 70);
+  EXPECT_FALSE(Write("a", "b", "3"));
+  files.FailNothing();
+  EXPECT_TRUE(Write("a", "b", "4"));
+  files.Fail(Operation::kCommit, "VLMR.ini", 70);
+  EXPECT_FALSE(Write("a", "b", "5"));
+  EXPECT_EQ(told, (std::vector<int>{61, 70, 70}));
+}
+
+TEST_F(IniStoreTest, AFileThatCannotBeReadIsToldOfBecauseItIsNotWrittenEither) {
+  std::vector<int> told;
+  store.OnFault(
+      [&](const std::string&, const platform::RuntimeError& error) { told.push_back(error.Number()); });
+  files.Put(file, "[a]\r\nb=1\r\n");
+  files.Fail(Operation::kRead, "VLMR.ini", 70);
+  EXPECT_FALSE(Write("a", "b", "2"));
+  EXPECT_EQ(told, (std::vector<int>{70}));
+}
 
 TEST_F(IniStoreTest, AMissingFileReadsAsEveryKeyMissing) {
   EXPECT_EQ(Read("a", "k"), "");
