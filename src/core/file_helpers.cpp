@@ -25,14 +25,22 @@ FileHelpers::FileHelpers(const Runtime& runtime, platform::EventLoop& loop,
     : runtime_(runtime), loop_(loop), processes_(processes), system_(system), notifier_(notifier) {}
 
 void FileHelpers::DeplaceFile(const std::string& source, const std::string& target) {
+  const std::string from(TrimBlanks(source));
+  const std::string to(TrimBlanks(target));
+  const auto kill = [&] { Silent()([&] { runtime_.files.Delete(target); }); };
   const std::string found = runtime_.files.FindFile(target);
+  // The network, or a run that is killed here, finds the old file or the new one, never none. Only a file
+  // that gets another name in the same step, if just in its case, has to go first.
+  const bool replaces = !found.empty() && target == to && found == platform::NameOf(to);
   runtime_.Log("DeplaceFile: " + source + "=>" + found);
   if (!found.empty()) {
     runtime_.Log("DeplaceFile: Kill " + target);
-    Silent()([&] { runtime_.files.Delete(target); });
+    if (!replaces) kill();
   }
   runtime_.Log("DeplaceFile: Move " + source + "=> to " + target);
-  const bool moved = runtime_.files.Move(std::string(TrimBlanks(source)), std::string(TrimBlanks(target)));
+  const bool moved = replaces ? runtime_.files.MoveOver(from, to) : runtime_.files.Move(from, to);
+  // A move that failed leaves no old file, which nobody would tell from the new one.
+  if (replaces && !moved) kill();
   runtime_.Log(moved ? "DeplaceFile: lngRetVal=1" : "DeplaceFile: lngRetVal=0");
   if (!moved) {
     runtime_.Log("DeplaceFile: Error to move " + source + "=> to " + target);

@@ -19,7 +19,7 @@ class FileHelpers {
   FileHelpers(const Runtime& runtime, platform::EventLoop& loop, platform::ProcessRunner& processes,
               platform::SystemInfo& system, Notifier& notifier);
 
-  /// Moves a file, deleting an existing target first, and logs each step. A failed move leaves the target
+  /// Moves a file, replacing an existing target, and logs each step. A failed move leaves the target
   /// deleted and the source in place; only the log tells. Makes no folder.
   void DeplaceFile(const std::string& source, const std::string& target);
 

@@ -17,6 +17,12 @@ void Remove(const std::string& path, platform::FileSystem& files) {
   silent([&] { files.Delete(path); });
 }
 
+/// What a run fetches or makes on the way and takes away itself once it is done.
+constexpr std::string_view kOnTheWay[] = {
+    R"(\TempDownload\ActiveUpdate\Pattern\Backup\lpt$vpn.*)",  // put aside by the patch program
+    R"(\TempDownload\tsc*.zip)",                               // a package that was not installed
+};
+
 }  // namespace
 
 void RemoveLeftovers(const AppPaths& paths, platform::FileSystem& files) {
@@ -28,6 +34,12 @@ void RemoveLeftovers(const AppPaths& paths, platform::FileSystem& files) {
   for (const std::string_view tree : kOwnTrees) {
     for (const std::string& path : files.FindMarked(paths / tree, platform::kTemporaryMark)) {
       Remove(path, files);
+    }
+  }
+  for (const std::string_view place : kOnTheWay) {
+    const std::string path = paths / place;
+    for (const std::string& name : files.List(path)) {
+      Remove(std::string(platform::FolderOf(path)) + "\\" + name, files);
     }
   }
 }

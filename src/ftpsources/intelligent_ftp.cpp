@@ -45,7 +45,7 @@ IntelligentFtp::IntelligentFtp(const core::Runtime& runtime, transfer::FtpClient
 
 void IntelligentFtp::StartIntelligentFTP() {
   runtime_.Log("StartIntelligentFTP: Starting... " + core::VersionText());
-  DropUnpublished();
+  MendUnpublished();
   const transfer::FtpOpening opening = transfer::OpenFtp(runtime_, client_, kCaller, trap_);
   if (!opening.connected) return;
   if (!opening.listing.Ok()) {
@@ -78,33 +78,36 @@ void IntelligentFtp::Upload(const std::string& local) {
 
 void IntelligentFtp::Download(const std::string& remote) {
   trap_([&] { runtime_.files.Replace(PendingMark(), remote); });
-  FetchAndPublish(remote);
-  trap_([&] { runtime_.files.Delete(PendingMark()); });
+  if (FetchAndPublish(remote)) trap_([&] { runtime_.files.Delete(PendingMark()); });
 }
 
-void IntelligentFtp::DropUnpublished() {
+void IntelligentFtp::MendUnpublished() {
   if (runtime_.files.FindFile(PendingMark()).empty()) return;
   trap_([&] {
-    const std::string pattern = PatternName(runtime_.files.ReadAll(PendingMark()));
-    if (core::CheckOutsideFileName(pattern) == core::NameFault::kNone) {
-      const std::string file = core::FileIn(runtime_.paths.PatternFolder(), pattern);
-      if (!runtime_.files.FindFile(file).empty()) runtime_.files.Delete(file);
+    const std::string version = runtime_.files.ReadAll(PendingMark());
+    if (core::CheckOutsideFileName(PatternName(version)) == core::NameFault::kNone) {
+      if (!runtime_.files.FindFile(WorkingPattern(version)).empty()) {
+        runtime_.files.Delete(WorkingPattern(version));
+      }
+      // Held still, so it stands in the archive that clients get.
+      if (held_.PatternStored() == version && !WriteIndex(version)) return;
     }
     runtime_.files.Delete(PendingMark());
   });
 }
 
-void IntelligentFtp::FetchAndPublish(const std::string& remote) {
+bool IntelligentFtp::FetchAndPublish(const std::string& remote) {
   runtime_.Log("StartIntelligentFTP: Try to Get last pattern from remote folder");
   const transfer::FtpResult fetched =
       transfer::FetchByName(client_, PatternName(remote), runtime_.paths.PatternFolder());
   if (!fetched.Ok()) {
     ReportFailure(fetched);
-    return;
+    return true;
   }
-  if (runtime_.files.FindFile(WorkingPattern(remote)).empty() || !Pack(remote)) return;
-  WriteIndex(remote);
+  if (runtime_.files.FindFile(WorkingPattern(remote)).empty() || !Pack(remote)) return true;
+  const bool is_written = WriteIndex(remote);
   notifier_.PrepareMail(core::MailSwitch::kPattern, "[Intelligent FTP Function]" + remote);
+  return is_written;
 }
 
 bool IntelligentFtp::Pack(const std::string& remote) {
@@ -121,7 +124,7 @@ bool IntelligentFtp::Pack(const std::string& remote) {
   return false;
 }
 
-void IntelligentFtp::WriteIndex(const std::string& remote) {
+bool IntelligentFtp::WriteIndex(const std::string& remote) {
   runtime_.Log("StartIntelligentFTP: Writing server.ini file");
   const std::string index = runtime_.paths.StoredIndex();
   const auto size = trap_.Value([&] { return runtime_.files.Length(runtime_.paths.StoredArchive()); });
@@ -132,6 +135,7 @@ void IntelligentFtp::WriteIndex(const std::string& remote) {
   runtime_.WriteIniValue("PATTERN", "Path_Combine", place, index);
   runtime_.WriteIniValue("PATTERN", "Path_VSAPI", place, index);
   runtime_.WriteIniValue("PATTERN", "MergeCount", "0", index);
+  return batch.Finish();
 }
 
 std::string IntelligentFtp::PendingMark() const { return runtime_.paths / R"(\Exchange.pending)"; }

@@ -30,14 +30,16 @@ class IntelligentFtp {
  private:
   void Upload(const std::string& local);
   void Download(const std::string& remote);
-  void FetchAndPublish(const std::string& remote);
+  /// False when the archive is published but the index could not be written.
+  bool FetchAndPublish(const std::string& remote);
   /// A pattern that was fetched but never published, because the run was killed between the two, would count
-  /// as held for ever: it is deleted, so that this run fetches it anew. `\Exchange.pending` holds its version
-  /// from before the fetch until it is published.
-  void DropUnpublished();
+  /// as held for ever: it is deleted, so that this run fetches it anew. One whose archive is published but
+  /// not its index gets that. `\Exchange.pending` holds its version from before the fetch until it is
+  /// published.
+  void MendUnpublished();
   std::string PendingMark() const;
   bool Pack(const std::string& remote);
-  void WriteIndex(const std::string& remote);
+  bool WriteIndex(const std::string& remote);
   void ReportFailure(const transfer::FtpResult& result);
   std::string WorkingPattern(const std::string& version) const;
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/number.h"
+#include "core/outside_name.h"
 #include "core/text.h"
 #include "core/version.h"
 #include "ftpsources/file_version.h"
@@ -87,7 +88,6 @@ void TscPackage::TrojanSystemCleaner() {
     return;
   }
 
-  EmptyFolder(runtime_.paths / kFolder);
   const std::string archive_name = "tsc" + internet_version + ".zip";
   runtime_.Log("TrojanSystemCleaner: New version found [" + internet_version + "]");
   runtime_.Log("TrojanSystemCleaner: Download [" + archive_name + "] to [" + runtime_.paths / kStaging + "]");
@@ -95,13 +95,19 @@ void TscPackage::TrojanSystemCleaner() {
 }
 
 bool TscPackage::Install(const std::string& archive_name) {
-  const std::string staged = runtime_.paths / kStaging + "\\" + archive_name;
+  // The old package stays until the new one is there or has failed, so that the network has one while it is
+  // fetched, and after a run that is killed meanwhile.
+  const Contents old = LookAtPublished();
   const transfer::FtpResult fetched = transfer::FetchByName(client_, archive_name, runtime_.paths / kStaging);
   if (!fetched.Ok()) {
+    DeleteUnchanged(old);
     runtime_.Log(transfer::ErrorConnecting(kCaller.name, fetched));
     return false;
   }
-  if (!zip_.DezipFiles(staged, runtime_.paths / kFolder, "", "")) {
+  const std::string staged = core::FileIn(runtime_.paths / kStaging, archive_name);
+  const bool is_unpacked = zip_.DezipFiles(staged, runtime_.paths / kFolder, "", "");
+  DeleteUnchanged(old);
+  if (!is_unpacked) {
     runtime_.Log("TrojanSystemCleaner: unable to uncompress [" + archive_name + "]");
     return false;
   }
@@ -124,10 +130,18 @@ void TscPackage::Record(const std::string& version) {
   notifier_.PrepareMail(core::MailSwitch::kTsc, program_version + " Pattern " + version);
 }
 
-void TscPackage::EmptyFolder(const std::string& folder) {
-  const std::string below = folder + "\\";
+TscPackage::Contents TscPackage::LookAtPublished() const {
+  const std::string below = runtime_.paths / kFolder + "\\";
+  Contents contents;
   for (const std::string& name : runtime_.files.List(below + "*")) {
-    trap_([&] { runtime_.files.Delete(below + name); });
+    contents.emplace_back(below + name, runtime_.files.Stamp(below + name));
+  }
+  return contents;
+}
+
+void TscPackage::DeleteUnchanged(const Contents& contents) const {
+  for (const auto& [path, stamp] : contents) {
+    if (runtime_.files.Stamp(path) == stamp) trap_([&] { runtime_.files.Delete(path); });
   }
 }
 

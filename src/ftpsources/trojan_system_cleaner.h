@@ -1,6 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "core/error_trap.h"
 #include "core/file_helpers.h"
@@ -24,7 +27,11 @@ class TscPackage {
   void TrojanSystemCleaner();
 
  private:
-  void EmptyFolder(const std::string& folder);
+  /// The paths of the published files, each with what told it from others when it was looked at.
+  using Contents = std::vector<std::pair<std::string, std::optional<platform::FileStamp>>>;
+
+  Contents LookAtPublished() const;
+  void DeleteUnchanged(const Contents& contents) const;
   bool Install(const std::string& archive_name);
   void Record(const std::string& version);
 

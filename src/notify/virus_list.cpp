@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 #include "core/error_trap.h"
 #include "core/number.h"
@@ -75,21 +76,20 @@ VirusList VirusListReport::ReadVirusListFile(const std::string& whats_new_path) 
 VirusList VirusListReport::Parse(const std::string& whats_new_path) {
   const core::ErrorTrap quiet([](const platform::RuntimeError&) {});
   const std::string report = runtime_.paths / R"(\ListVir_Official.ini)";
-  quiet([&] {
-    if (!runtime_.files.FindFile(report).empty()) {
-      runtime_.files.Delete(report);
-    }
-  });
   const std::string text = quiet.Value([&] { return runtime_.files.ReadAll(whats_new_path); }).value_or("");
 
   VirusList list{.status = "OK", .count = "", .names = ""};
   ListFinder finder;
   std::int16_t names = 0;
-  // Key by key, but one file write: the report is whole as soon as it appears.
-  const core::IniStore::Batch batch(runtime_.ini, report, core::IniStore::BatchKind::kAtEnd);
+  // Key by key, but one file write: the new report takes the place of the old one as a whole.
+  core::IniStore::Batch batch(runtime_.ini, report, core::IniStore::BatchKind::kAtEnd);
+  bool is_begun = false;
   for (const std::string_view line : core::Lines(text)) {
     if (!finder.IsInList(line)) {
       continue;
+    }
+    if (!std::exchange(is_begun, true)) {
+      runtime_.ini.Create(report, "");
     }
     if (!line.empty()) {
       CountOne(names);
@@ -98,6 +98,13 @@ VirusList VirusListReport::Parse(const std::string& whats_new_path) {
     }
     list.count = core::IntegerText(names);
     runtime_.WriteIniValue("VIRUS", "COUNT", list.count, report);
+  }
+  if (!batch.Finish() || !is_begun) {
+    quiet([&] {
+      if (!runtime_.files.FindFile(report).empty()) {
+        runtime_.files.Delete(report);
+      }
+    });
   }
   return list;
 }

@@ -99,6 +99,9 @@ class FileReader {
   /// What `stat` tells, or nothing when the file is absent. One system call for a path that is spelled
   /// exactly.
   virtual std::optional<FileStamp> Stamp(const std::string& path) const = 0;
+  /// Bytes that can still be written where a folder lies or, when it is missing, is going to lie. Nothing
+  /// when the system cannot tell.
+  virtual std::optional<std::int64_t> FreeSpace(const std::string& /*folder*/) const { return std::nullopt; }
   /// The whole contents, unchanged. Raises 53 (file absent), 76 (folder absent), 70 (no right), 57 (read
   /// fault).
   virtual std::string ReadAll(const std::string& path) const = 0;
@@ -130,6 +133,10 @@ class FileSystem : public FileReader {
   /// Moves a file as Windows' `MoveFileA` does: false when the target exists, the target's folder is missing
   /// or the source is absent; copies and deletes between volumes. Raises nothing.
   virtual bool Move(const std::string& source, const std::string& target) = 0;
+  /// Moves a file onto one that is there, in one step: whoever looks finds the old file or the new one. False
+  /// when the target is absent or a folder, when the source is absent, or when the system refuses; both files
+  /// are then unchanged. Between volumes it copies and deletes. Raises nothing.
+  virtual bool MoveOver(const std::string& source, const std::string& target) = 0;
   /// Makes one folder. Raises 75 (a file or folder of that name, no right) or 76 (parent absent).
   virtual void MakeFolder(const std::string& path) = 0;
   /// Makes every missing folder of `path`. Raises as `MakeFolder`.

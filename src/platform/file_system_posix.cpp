@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -135,6 +136,20 @@ std::int64_t PosixFileSystem::Length(const std::string& path) const {
   return found.st_size;
 }
 
+std::optional<std::int64_t> PosixFileSystem::FreeSpace(const std::string& folder) const {
+  for (std::string_view there = folder; !there.empty(); there = FolderOf(there)) {
+    RealPath real = resolver_.Parse(there);
+    int error = 0;
+    const Descriptor opened = OpenExisting(real, O_PATH | O_DIRECTORY, error);
+    struct statvfs found = {};
+    if (!opened) continue;
+    if (::fstatvfs(opened.Get(), &found) != 0) return std::nullopt;
+    const std::uint64_t bytes = std::uint64_t{found.f_bavail} * found.f_frsize;
+    return static_cast<std::int64_t>(std::min<std::uint64_t>(bytes, INT64_MAX));
+  }
+  return std::nullopt;
+}
+
 std::optional<FileStamp> PosixFileSystem::Stamp(const std::string& path) const {
   RealPath real = resolver_.Parse(path);
   struct stat found = {};
@@ -190,7 +205,8 @@ std::unique_ptr<InputFile> PosixFileSystem::OpenRead(const std::string& path) co
 }
 
 Descriptor PosixFileSystem::OpenForAppending(RealPath& path, Access access) {
-  constexpr int kFlags = O_WRONLY | O_APPEND | O_NOCTTY;
+  // Not to block, should somebody have put a pipe there.
+  constexpr int kFlags = O_WRONLY | O_APPEND | O_NOCTTY | O_NONBLOCK;
   if (path.Refusal() != 0) RaiseSystemError(Attempt::kWrite, path.Refusal());
   int error = EISDIR;
   Descriptor opened;
@@ -244,17 +260,29 @@ void PosixFileSystem::Delete(const std::string& path) {
 }
 
 bool PosixFileSystem::Move(const std::string& source, const std::string& target) {
+  return MoveTo(source, target, /*target_state=*/ENOENT, &RenameToNewName);
+}
+
+bool PosixFileSystem::MoveOver(const std::string& source, const std::string& target) {
+  return MoveTo(source, target, /*target_state=*/0, [](const RealPath& from, const RealPath& to) {
+    return ::renameat(from.Base(), from.Text(), to.Base(), to.Text()) == 0 ? 0 : errno;
+  });
+}
+
+bool PosixFileSystem::MoveTo(const std::string& source, const std::string& target, int target_state,
+                             int (*rename)(const RealPath&, const RealPath&)) {
   RealPath from = resolver_.Parse(source);
   RealPath to = resolver_.Parse(target);
   struct stat found = {};
   if (from.NamesNoFile() || to.NamesNoFile()) return false;
   if (resolver_.Stat(from, found) != 0 || S_ISDIR(found.st_mode)) return false;
-  if (resolver_.Stat(to, found) != ENOENT) return false;
+  if (resolver_.Stat(to, found) != target_state || (target_state == 0 && S_ISDIR(found.st_mode)))
+    return false;
   int error = 0;
   {
     NameIndex::Change leaves = resolver_.Changing(from);
     NameIndex::Change arrives = resolver_.Changing(to);
-    error = RenameToNewName(from, to);
+    error = rename(from, to);
     if (error == 0) {
       leaves.Gone(from.Name());
       arrives.Made(to.Name());

@@ -28,6 +28,7 @@ class PosixFileSystem : public FileSystem {
   std::vector<std::string> FindMarked(const std::string& folder, std::string_view mark) const override;
   std::int64_t Length(const std::string& path) const override;
   std::optional<FileStamp> Stamp(const std::string& path) const override;
+  std::optional<std::int64_t> FreeSpace(const std::string& folder) const override;
   std::string ReadAll(const std::string& path) const override;
   std::unique_ptr<InputFile> OpenRead(const std::string& path) const override;
   void Append(const std::string& path, std::string_view bytes, Access access) override;
@@ -35,6 +36,7 @@ class PosixFileSystem : public FileSystem {
   std::unique_ptr<StagedFile> Stage(const std::string& path, Access access) override;
   void Delete(const std::string& path) override;
   bool Move(const std::string& source, const std::string& target) override;
+  bool MoveOver(const std::string& source, const std::string& target) override;
   void MakeFolder(const std::string& path) override;
   void MakeFolders(const std::string& path) override;
   void ForgetNames() override {
@@ -46,6 +48,10 @@ class PosixFileSystem : public FileSystem {
   std::uint64_t FolderScans() const { return resolver_.Names().Scans(); }
 
  private:
+  /// Moves with this way of renaming, which returns 0 or an `errno` value; `target_state` is what a look at
+  /// the target must tell.
+  bool MoveTo(const std::string& source, const std::string& target, int target_state,
+              int (*rename)(const RealPath& from, const RealPath& to));
   bool StatFile(const std::string& path, struct stat& found) const;
   Descriptor OpenExisting(RealPath& path, int flags, int& error) const;
   Descriptor OpenForReading(const std::string& path, struct stat& found) const;

@@ -109,6 +109,16 @@ class WindowsFileSystem : public FileSystem {
                      .changed = data.ChangeTime.QuadPart * 100};
   }
 
+  std::optional<std::int64_t> FreeSpace(const std::string& folder) const override {
+    for (std::string_view there = folder; !there.empty(); there = FolderOf(there)) {
+      ULARGE_INTEGER bytes{};
+      if (GetDiskFreeSpaceExW(LongPath(std::string(there)).c_str(), &bytes, nullptr, nullptr)) {
+        return static_cast<std::int64_t>(std::min<std::uint64_t>(bytes.QuadPart, INT64_MAX));
+      }
+    }
+    return std::nullopt;
+  }
+
   std::string ReadAll(const std::string& path) const override {
     const auto file = OpenRead(path);
     std::string text(static_cast<std::size_t>(file->Length()), '\0');

@@ -80,40 +80,6 @@ class OwnerOnly {
       .nLength = sizeof(SECURITY_ATTRIBUTES), .lpSecurityDescriptor = nullptr, .bInheritHandle = FALSE};
 };
 
-/// Puts one file into the place of another, in one step and although somebody reads the old one. Falls back
-/// to the older call, which a reader holds up, where the system or the volume does not know this one.
-bool RenameOver(const std::wstring& from, const std::wstring& to) {
-  // FILE_RENAME_INFO with flags, class FileRenameInfoEx of Windows 10; the cross compiler's headers lack
-  // both.
-  struct RenameInfo {
-    DWORD flags;
-    HANDLE root;
-    DWORD name_bytes;
-    WCHAR name[1];
-  };
-  constexpr auto kFileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
-  constexpr DWORD kReplaceIfExists = 1;
-  constexpr DWORD kPosixSemantics = 2;
-  Handle file(CreateFileW(from.c_str(), DELETE | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
-                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (file) {
-    const std::size_t name_bytes = to.size() * sizeof(wchar_t);
-    std::vector<std::byte> buffer(sizeof(RenameInfo) + name_bytes);
-    const RenameInfo info{.flags = kReplaceIfExists | kPosixSemantics,
-                          .root = nullptr,
-                          .name_bytes = static_cast<DWORD>(name_bytes),
-                          .name = {}};
-    std::memcpy(buffer.data(), &info, sizeof info);
-    std::memcpy(buffer.data() + offsetof(RenameInfo, name), to.c_str(), name_bytes + sizeof(wchar_t));
-    if (SetFileInformationByHandle(file.Get(), kFileRenameInfoEx, buffer.data(),
-                                   static_cast<DWORD>(buffer.size()))) {
-      return true;
-    }
-  }
-  file.Close();
-  return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
-}
-
 class WindowsInputFile : public InputFile {
  public:
   explicit WindowsInputFile(Handle file) : file_(std::move(file)), length_(LengthOf(file_.Get())) {}
@@ -213,6 +179,39 @@ class WindowsStagedFile : public StagedFile {
 };
 
 }  // namespace
+
+bool RenameOver(const std::wstring& from, const std::wstring& to) {
+  // FILE_RENAME_INFO with flags, class FileRenameInfoEx of Windows 10; the cross compiler's headers lack
+  // both.
+  struct RenameInfo {
+    DWORD flags;
+    HANDLE root;
+    DWORD name_bytes;
+    WCHAR name[1];
+  };
+  constexpr auto kFileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
+  constexpr DWORD kReplaceIfExists = 1;
+  constexpr DWORD kPosixSemantics = 2;
+  Handle file(CreateFileW(from.c_str(), DELETE | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (file) {
+    const std::size_t name_bytes = to.size() * sizeof(wchar_t);
+    std::vector<std::byte> buffer(sizeof(RenameInfo) + name_bytes);
+    const RenameInfo info{.flags = kReplaceIfExists | kPosixSemantics,
+                          .root = nullptr,
+                          .name_bytes = static_cast<DWORD>(name_bytes),
+                          .name = {}};
+    std::memcpy(buffer.data(), &info, sizeof info);
+    std::memcpy(buffer.data() + offsetof(RenameInfo, name), to.c_str(), name_bytes + sizeof(wchar_t));
+    if (SetFileInformationByHandle(file.Get(), kFileRenameInfoEx, buffer.data(),
+                                   static_cast<DWORD>(buffer.size()))) {
+      return true;
+    }
+  }
+  file.Close();
+  // The older call, which a reader holds up, where the system or the volume does not know the newer one.
+  return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+}
 
 std::unique_ptr<InputFile> OpenInputFile(const std::wstring& path) {
   Handle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,

@@ -16,6 +16,10 @@ std::unique_ptr<InputFile> OpenInputFile(const std::wstring& path);
 /// A temporary file beside `path` that replaces it on `Commit`.
 std::unique_ptr<StagedFile> OpenStagedFile(const std::wstring& path, Access access);
 
+/// Puts one file into the place of another, in one step and although somebody reads the old one. False:
+/// `GetLastError` tells why.
+bool RenameOver(const std::wstring& from, const std::wstring& to);
+
 /// Calls `step` until it succeeds or fails for another reason than that somebody has the file open: a reader
 /// that holds a file without sharing it delays a rename or a deletion for a moment, not for good. At most
 /// about a second. Returns the last error, 0 on success.

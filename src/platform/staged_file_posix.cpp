@@ -96,12 +96,20 @@ Descriptor MakeTemporary(const RealPath& path, mode_t mode) {
   return Descriptor(opened);
 }
 
-/// Gives a new file the rights of the one that it will replace, the owner only as far as we may.
+/// Volumes that know no rights, or not these, answer so.
+bool IsUnknownHere(int error) {
+  return error == EPERM || error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
+}
+
+/// Gives a new file the rights of the one that it will replace, the owner only as far as we may. Raises when
+/// it would be left with others: they may be wider.
 void KeepRights(int file, const struct stat& replaced) {
   if (replaced.st_uid != ::geteuid() || replaced.st_gid != ::getegid()) {
     [[maybe_unused]] const int refused = ::fchown(file, replaced.st_uid, replaced.st_gid);
   }
-  ::fchmod(file, replaced.st_mode & 07777);
+  if (::fchmod(file, replaced.st_mode & 07777) != 0 && !IsUnknownHere(errno)) {
+    RaiseSystemError(Attempt::kWrite, errno);
+  }
 }
 
 }  // namespace
@@ -142,8 +150,10 @@ std::unique_ptr<StagedFile> StageBeside(PathResolver& resolver, const std::strin
   NameIndex::Change change = resolver.Changing(target);
   Descriptor file = MakeTemporary(beside, ModeOf(access));
   change.Touched();
-  if (replaces) KeepRights(file.Get(), replaced);
-  return std::make_unique<PosixStagedFile>(resolver, path, std::move(temporary), std::move(file));
+  const int descriptor = file.Get();
+  auto staged = std::make_unique<PosixStagedFile>(resolver, path, std::move(temporary), std::move(file));
+  if (replaces) KeepRights(descriptor, replaced);
+  return staged;
 }
 
 }  // namespace vlmr::platform

@@ -38,6 +38,27 @@ TEST(DeplaceFile, LogsTheNameOfTheTargetAsItStandsOnDiskAndDeletesItBeforeTheMov
   EXPECT_EQ(world.files.Text(R"(\out\a.zip)"), "new");
 }
 
+TEST(DeplaceFile, ReplacesATargetInOneStepThoughItLogsTheKill) {
+  World world;
+  world.files.Put(R"(\in\a.zip)", "new");
+  world.files.Put(R"(\out\a.zip)", "old");
+  world.helpers.DeplaceFile(world.At(R"(\in\a.zip)"), world.At(R"(\out\a.zip)"));
+  EXPECT_EQ(world.LogMessages(),
+            (Lines{R"(DeplaceFile: /app\in\a.zip=>a.zip)", R"(DeplaceFile: Kill /app\out\a.zip)",
+                   R"(DeplaceFile: Move /app\in\a.zip=> to /app\out\a.zip)", "DeplaceFile: lngRetVal=1"}));
+  EXPECT_EQ(world.files.Text(R"(\out\a.zip)"), "new");
+  EXPECT_FALSE(world.files.Has(R"(\in\a.zip)"));
+  EXPECT_TRUE(world.files.files_deleted.empty());
+}
+
+TEST(DeplaceFile, OfAMissingSourceDeletesTheTargetAllTheSame) {
+  World world;
+  world.files.Put(R"(\b)", "old");
+  world.helpers.DeplaceFile(world.At(R"(\absent)"), world.At(R"(\b)"));
+  EXPECT_TRUE(world.Logged("DeplaceFile: lngRetVal=0"));
+  EXPECT_FALSE(world.files.Has(R"(\b)"));
+}
+
 TEST(DeplaceFile, DeletesAnExistingTargetEvenWhenTheMoveThenFails) {
   World world;
   world.files.Put(R"(\in\a.zip)", "new");

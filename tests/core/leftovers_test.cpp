@@ -28,6 +28,27 @@ TEST(Leftovers, OfAKilledRunAreRemovedFromTheProgramsOwnTreesAtEveryDepth) {
   }
 }
 
+TEST(Leftovers, OfAKilledPatchJobGoAndNothingElseOfItsFolder) {
+  World world;
+  world.files.Put(R"(\TempDownload\ActiveUpdate\Pattern\Backup\lpt$vpn.100)", "old pattern");
+  world.files.Put(R"(\TempDownload\ActiveUpdate\Pattern\Backup\notes)", "the patch program's");
+  world.files.Put(R"(\TempDownload\ActiveUpdate\Pattern\v_100.101)", "fetched");
+  world.files.Put(R"(\Pattern\lpt$vpn.100)", "held");
+  RemoveLeftovers(world.paths, world.files);
+  EXPECT_EQ(world.files.Files(),
+            (std::vector<std::string>{R"(\Pattern\lpt$vpn.100)",
+                                      R"(\TempDownload\ActiveUpdate\Pattern\Backup\notes)",
+                                      R"(\TempDownload\ActiveUpdate\Pattern\v_100.101)"}));
+}
+
+TEST(Leftovers, OfAPackageThatWasNotInstalledGo) {
+  World world;
+  world.files.Put(R"(\TempDownload\tsc12344.zip)", "fetched");
+  world.files.Put(R"(\TempDownload\ActiveUpdate\Engine\tsc.zip)", "another's");
+  RemoveLeftovers(world.paths, world.files);
+  EXPECT_EQ(world.files.Files(), std::vector<std::string>{R"(\TempDownload\ActiveUpdate\Engine\tsc.zip)"});
+}
+
 TEST(Leftovers, InFoldersThatAreNotTheProgramsOwnStay) {
   World world;
   world.files.Put(R"(\Operator\notes)" + kMark, "mine");
@@ -44,14 +65,16 @@ TEST(Leftovers, ThatCannotBeRemovedAreLeftWithoutAWordAndTheOthersGo) {
   EXPECT_EQ(world.files.Files(), std::vector<std::string>{R"(\Pattern\a)" + kMark});
 }
 
-TEST(Leftovers, CostOneWalkForEachTree) {
+TEST(Leftovers, CostOneWalkForEachTreeAndOneLookForEachOtherPlace) {
   World world;
   for (int i = 0; i < 100; ++i) {
     world.files.Put(R"(\ActiveUpdate\Product\)" + std::to_string(i) + R"(\f.zip)", "x");
   }
   RemoveLeftovers(world.paths, world.files);
   constexpr std::size_t kTrees = 6;
-  EXPECT_EQ(world.files.listed.size(), kTrees + 1) << "the application folder's folders are not walked";
+  constexpr std::size_t kOtherPlaces = 2;
+  EXPECT_EQ(world.files.listed.size(), kTrees + 1 + kOtherPlaces)
+      << "the application folder's folders are not walked";
 }
 
 TEST(Leftovers, OfAnEmptyFolderAreNoMatter) {

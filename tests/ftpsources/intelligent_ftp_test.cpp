@@ -113,6 +113,20 @@ TEST_F(IntelligentFtpTest, APatternThatAKilledRunFetchedButDidNotPublishIsFetche
   EXPECT_FALSE(world.files.Has(R"(\Exchange.pending)"));
 }
 
+TEST_F(IntelligentFtpTest, AnIndexThatCouldNotBeWrittenIsWrittenByTheNextRun) {
+  client.remote["lpt$vpn.102"] = "pattern 102";
+  world.files.Put(R"(\ActiveUpdate\server.ini)", "[PATTERN]\r\nVersion=101\r\n");
+  world.files.Fail(test::MemoryFileSystem::Operation::kCommit, "server.ini", 61);
+  Run();
+  EXPECT_EQ(world.files.Text(R"(\Exchange.pending)"), "102");
+  EXPECT_EQ(world.GetIni(R"(\ActiveUpdate\server.ini)", "PATTERN", "Version"), "101");
+  world.files.FailNothing();
+  held.version = "102";
+  Run();
+  EXPECT_EQ(world.GetIni(R"(\ActiveUpdate\server.ini)", "PATTERN", "Version"), "102");
+  EXPECT_FALSE(world.files.Has(R"(\Exchange.pending)"));
+}
+
 TEST_F(IntelligentFtpTest, AMarkOfAKilledRunThatNamesNoPatternDeletesNothing) {
   world.files.Put(R"(\Exchange.pending)", "/../../VLMR.ini");
   client.remote["lpt$vpn.101"] = "pattern 101";

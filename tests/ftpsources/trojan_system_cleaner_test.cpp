@@ -190,6 +190,14 @@ TEST_F(TscPackageTest, AFailedFetchLeavesTheFolderEmptyAndTheNextRunMendsIt) {
   EXPECT_EQ(Installed(), (Lines{"tsc.exe", "tsc.ptn", "TSC.zip"}));
 }
 
+TEST_F(TscPackageTest, TheOldPackageStaysUntilTheNewOneIsThere) {
+  Hold("12344");
+  client.on_get = [&] { EXPECT_EQ(Installed(), (Lines{"old.dll", "tsc.exe"})); };
+  Run();
+  EXPECT_EQ(Installed(), (Lines{"tsc.exe", "tsc.ptn", "TSC.zip"}));
+  EXPECT_NE(world.files.Text(R"(\ActiveUpdate\TSC\tsc.exe)"), "old program");
+}
+
 TEST_F(TscPackageTest, APackageThatCannotBeUnpackedIsReported) {
   client.remote["tsc12345.zip"] = "no archive";
   Run();

@@ -36,6 +36,22 @@ TEST(VirusList, AFileWithoutTheHeaderLeavesNoReportAtAll) {
   EXPECT_FALSE(world.files.Has(R"(\ListVir_Official.ini)"));
 }
 
+TEST(VirusList, ANewReportTakesThePlaceOfTheOldOneInOneStep) {
+  NotifyWorld world;
+  world.files.Put(R"(\ListVir_Official.ini)", "[VIRUS]\r\nNAME1=Old\r\nNAME2=Older\r\nCOUNT=2\r\n");
+  Read(world, std::string(kHeader) + "\r\nQuill.A\r\n" + kRule + "\r\n");
+  EXPECT_EQ(world.Report(), "[VIRUS]\r\nNAME1=Quill.A\r\nCOUNT=1\r\n");
+  EXPECT_TRUE(world.files.files_deleted.empty());
+}
+
+TEST(VirusList, AReportThatCannotBeWrittenLeavesNoOldOne) {
+  NotifyWorld world;
+  world.files.Put(R"(\ListVir_Official.ini)", "[VIRUS]\r\nCOUNT=2\r\n");
+  world.files.Fail(test::MemoryFileSystem::Operation::kStage, "ListVir_Official.ini", 61);
+  EXPECT_EQ(Read(world, std::string(kHeader) + "\r\nQuill.A\r\n").count, "1");
+  EXPECT_FALSE(world.files.Has(R"(\ListVir_Official.ini)"));
+}
+
 TEST(VirusList, BlankLinesAreSkippedForNumberingButStillWriteTheCount) {
   NotifyWorld world;
   EXPECT_EQ(Read(world, std::string(kHeader) + "\r\n\r\nQuill.A\r\n\r\nTumble\r\n").names,
@@ -168,7 +184,7 @@ TEST(VirusList, NoErrorReachesTheCallerOrTheLog) {
   world.files.Put(R"(\ListVir_Official.ini)", "[VIRUS]\r\nCOUNT=7\r\n");
   world.files.Fail(test::MemoryFileSystem::Operation::kDelete, "ListVir_Official.ini", 70);
   EXPECT_EQ(Read(world, std::string(kHeader) + "\r\nQuill.A\r\n").count, "1");
-  EXPECT_EQ(world.Report(), "[VIRUS]\r\nCOUNT=1\r\nNAME1=Quill.A\r\n");
+  EXPECT_EQ(world.Report(), "[VIRUS]\r\nNAME1=Quill.A\r\nCOUNT=1\r\n");
   world.files.Fail(test::MemoryFileSystem::Operation::kRead, "list.txt", 57);
   const VirusList list = Read(world, std::string(kHeader) + "\r\nQuill.A\r\n");
   EXPECT_EQ(list.status, "OK");

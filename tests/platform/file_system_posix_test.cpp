@@ -343,6 +343,12 @@ TEST_F(PosixFileSystemTest, AWalkForMarkedFilesCostsFourSystemCallsForEachFolder
   EXPECT_LE(walk, 4 * 11 + 3);
 }
 
+TEST_F(PosixFileSystemTest, APipeInTheLogsPlaceHoldsNobodyUp) {
+  ASSERT_EQ(::mkfifo((folder_.Folder() + "/VlMR.log").c_str(), 0600), 0);
+  EXPECT_EQ(ErrorOf([&] { files_.Append(At("\\VlMR.log"), "line", Access::kOwner); }), 57);
+  EXPECT_EQ(ErrorOf([&] { files_.AppendLimited(At("\\VlMR.log"), "line", 1000, Access::kOwner); }), 57);
+}
+
 TEST_F(PosixFileSystemTest, MovesBetweenVolumesByCopying) {
   std::filesystem::path other = "/dev/shm";
   struct stat here = {};
@@ -361,6 +367,12 @@ TEST_F(PosixFileSystemTest, MovesBetweenVolumesByCopying) {
   EXPECT_TRUE(files_.Move(other.string(), At("\\back")));
   EXPECT_FALSE(std::filesystem::exists(other));
   EXPECT_EQ(folder_.Text("\\back"), "moved");
+  folder_.Put("\\from", "again");
+  folder_.Put("\\over", "old");
+  EXPECT_TRUE(files_.Move(At("\\from"), other.string()));
+  EXPECT_TRUE(files_.MoveOver(other.string(), At("\\over")));
+  EXPECT_FALSE(std::filesystem::exists(other));
+  EXPECT_EQ(folder_.Text("\\over"), "again");
 }
 
 TEST_F(PosixFileSystemTest, PathsOutsideTheApplicationFolderAreTakenAsTheyAre) {

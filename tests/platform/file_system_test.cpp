@@ -347,6 +347,27 @@ TYPED_TEST(AnyFileSystem, MovesIntoAnotherFolderUnderTheNameAsWritten) {
   EXPECT_EQ(this->Everything("\\Mirror"), (Names{"V_100.101"}));
 }
 
+TYPED_TEST(AnyFileSystem, AMoveOverPutsOneFileIntoThePlaceOfAnother) {
+  this->Put("\\temp\\a.zip", "new");
+  this->Put("\\mirror\\a.zip", "old");
+  EXPECT_TRUE(this->Files().MoveOver(this->At("\\temp\\a.zip"), this->At("\\mirror\\a.zip")));
+  EXPECT_EQ(this->Files().ReadAll(this->At("\\mirror\\a.zip")), "new");
+  EXPECT_EQ(this->Everything("\\temp"), Names());
+  EXPECT_EQ(this->Everything("\\mirror"), (Names{"a.zip"}));
+}
+
+TYPED_TEST(AnyFileSystem, AMoveOverFailsWhenOneOfTheFilesIsMissingOrAFolder) {
+  this->Put("\\a", "a");
+  this->Put("\\dir\\c", "c");
+  for (const auto& [from, to] :
+       {std::pair("\\a", "\\new"), std::pair("\\a", "\\dir"), std::pair("\\absent", "\\a"),
+        std::pair("\\dir", "\\a"), std::pair("\\a", "\\dir\\c\\")}) {
+    EXPECT_FALSE(this->Files().MoveOver(this->At(from), this->At(to))) << from << " over " << to;
+  }
+  EXPECT_EQ(this->Files().ReadAll(this->At("\\a")), "a");
+  EXPECT_EQ(this->Files().ReadAll(this->At("\\dir\\c")), "c");
+}
+
 TYPED_TEST(AnyFileSystem, AMoveFailsWhenTheTargetIsThereOrAFolderOrTheSourceIsMissing) {
   this->Put("\\a", "a");
   this->Put("\\b", "b");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -34,6 +35,7 @@ class FakeFtpClient : public transfer::FtpClient {
   }
   transfer::FtpResult Get(const std::string& name, const std::string& local_file) override {
     calls.push_back("get " + name);
+    if (on_get) on_get();
     const auto found = remote.find(name);
     if (found == remote.end()) return {550, "no such file"};
     try {
@@ -55,6 +57,7 @@ class FakeFtpClient : public transfer::FtpClient {
   transfer::FtpResult list_result;
   transfer::FtpResult put_result;
   std::map<std::string, std::string> remote;  ///< the folder: name and bytes
+  std::function<void()> on_get;               ///< called at the beginning of each `Get`
   std::vector<std::string> calls;             ///< "active", "connect host", "get name", ... in order
 
  private:

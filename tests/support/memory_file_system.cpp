@@ -396,6 +396,25 @@ bool MemoryFileSystem::Move(const std::string& source, const std::string& target
   return true;
 }
 
+bool MemoryFileSystem::MoveOver(const std::string& source, const std::string& target) {
+  const Place from = Find(source);
+  const Place to = Find(target);
+  if (!from.IsFile() || !to.IsFile()) return false;
+  try {
+    MayFail(Operation::kMove, source);
+    // What cannot be deleted cannot be replaced.
+    MayFail(Operation::kDelete, target);
+  } catch (const RuntimeError&) {
+    return false;
+  }
+  auto moved = from.parent->children.extract(from.name);
+  to.parent->children.erase(to.name);
+  moved.key() = to.name;
+  to.parent->children.insert(std::move(moved));
+  moves.emplace_back(source, target);
+  return true;
+}
+
 void MemoryFileSystem::MakeFolder(const std::string& path) {
   const Place place = Find(path);
   if (place.refused || path.empty() || place.node != nullptr) {

@@ -33,12 +33,15 @@ class MemoryFileSystem : public platform::FileSystem {
     kWrite,       ///< bytes written: by a staged file, `Append`, `AppendLimited`
     kCommit,      ///< the rename at the end of a staged file
     kDelete,      ///< `Delete`
-    kMove,        ///< `Move`, which then returns false; matched against the source's name
+    kMove,        ///< `Move` and `MoveOver`, which then return false; matched against the source's name
     kMakeFolder,  ///< `MakeFolder`
     kAnyChange,   ///< whatever changes the disk: all but the first two
   };
 
   explicit MemoryFileSystem(std::string folder = "/opt/mirror");
+  /// What `FreeSpace` tells.
+  std::optional<std::int64_t> free_space;
+  std::optional<std::int64_t> FreeSpace(const std::string& /*folder*/) const override { return free_space; }
   ~MemoryFileSystem() override;
 
   /// The application folder's text.
@@ -98,6 +101,7 @@ class MemoryFileSystem : public platform::FileSystem {
       const std::string& path, platform::Access access = platform::Access::kEverybody) override;
   void Delete(const std::string& path) override;
   bool Move(const std::string& source, const std::string& target) override;
+  bool MoveOver(const std::string& source, const std::string& target) override;
   void MakeFolder(const std::string& path) override;
   void ForgetNames() override {}
 
