@@ -9,6 +9,7 @@
 #include "platform/runtime_error.h"
 #include "transfer/ftp_fetch.h"
 #include "transfer/stage_file.h"
+#include "transfer/text_limits.h"
 
 namespace vlmr::transfer {
 
@@ -159,7 +160,13 @@ FtpResult CurlFtpClient::Fetch(const std::string& name, const std::string& local
   if (!logged_in_) return {CURLE_COULDNT_CONNECT, "Not connected"};
   const auto staged = StageMakingFolders(runtime_.files, local_file);
   CurlFtpExchange exchange(RequestFor(listing_.SpellingOf(name)));
-  exchange.Receive([&](std::string_view bytes) { staged->Write(bytes); });
+  const std::int64_t most = MostBytesOf(local_file);
+  exchange.Receive([&](std::string_view bytes) {
+    if (most > 0 && staged->Length() + static_cast<std::int64_t>(bytes.size()) > most) {
+      throw RuntimeError(CURLE_FILESIZE_EXCEEDED, "The file is over " + core::IntegerText(most) + " bytes");
+    }
+    staged->Write(bytes);
+  });
   FtpResult result = exchange.Perform().result;
   if (result.Ok()) staged->Commit();
   return result;

@@ -7,6 +7,7 @@
 #include "core/text.h"
 #include "core/version.h"
 #include "platform/runtime_error.h"
+#include "transfer/text_limits.h"
 
 namespace vlmr::transfer {
 
@@ -16,11 +17,6 @@ namespace {
 
 // A yield wakes up when a socket, a timer or a close request is due; this only bounds it.
 constexpr std::chrono::milliseconds kYield{1000};
-
-std::int64_t MostBytesOf(const std::string& local_file) {
-  const bool is_index = core::EqualsIgnoringCase(platform::NameOf(local_file), "server.ini");
-  return is_index ? HttpDownload::kMostIndexBytes : 0;
-}
 
 }  // namespace
 

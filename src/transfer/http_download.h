@@ -32,13 +32,9 @@ class CompletionFlags {
 };
 
 /// `DownloadFiles` over the two components, in one of four modes that the settings choose for each call. No
-/// retry, no change of mode. An index ("server.ini") of more than 64 MiB is a failed transfer: its readers
-/// hold it in memory.
+/// retry, no change of mode. What `MostBytesOf` limits and is longer is a failed transfer.
 class HttpDownload : public Downloader {
  public:
-  /// The longest index that is taken, in bytes.
-  static constexpr std::int64_t kMostIndexBytes = std::int64_t{64} << 20;
-
   /// All references must outlive this object; it takes the events of `internet_file`.
   HttpDownload(const core::Runtime& runtime, platform::EventLoop& loop, platform::Form& form,
                InternetFile& internet_file, HttpGet& http_get);

@@ -12,6 +12,7 @@
 #include "transfer/printable.h"
 #include "transfer/stage_file.h"
 #include "transfer/zip_archive.h"
+#include "transfer/zip_directory.h"
 
 namespace vlmr::transfer {
 
@@ -25,24 +26,37 @@ constexpr int kBadArchive = 1;
 /// libzip's own number and words for an entry that asks for a password.
 constexpr int kPasswordWanted = 26;
 
-std::optional<ZipReader> OpenZip(const platform::FileReader& files, const std::string& path) {
+std::string Bytes(std::int64_t count) { return core::IntegerText(count) + " bytes"; }
+
+void OpenZip(const platform::FileReader& files, const std::string& path, std::optional<ZipReader>& archive) {
   try {
-    return std::optional<ZipReader>(std::in_place, files, path);
+    archive.emplace(files, path);
   } catch (const RuntimeError&) {
-    return std::nullopt;
+    // It counts as an archive without entries.
   }
 }
 
 /// Raises when the entries declare more than may be unpacked; none can hold more than it declares.
-void CheckSize(const std::vector<ZipEntry>& entries, const ZIP::Limits& limits) {
-  std::int64_t left = limits.unpacked_bytes;
+void CheckSize(const std::vector<ZipEntry>& entries, const ZIP::Limits& limits,
+               std::optional<std::int64_t> free_space) {
+  std::int64_t bytes = 0;
   for (const ZipEntry& entry : entries) {
-    left -= std::min(left + 1, entry.size);
-    if (left < 0) {
-      throw RuntimeError(kBadArchive, "DezipFiles: refused, unpacks to more than " +
-                                          core::IntegerText(limits.unpacked_bytes) + " bytes");
+    bytes += std::min(limits.unpacked_bytes + 1, entry.size);
+    if (bytes > limits.unpacked_bytes) {
+      throw RuntimeError(kBadArchive,
+                         "DezipFiles: refused, unpacks to more than " + Bytes(limits.unpacked_bytes));
     }
   }
+  if (free_space && bytes > *free_space) {
+    throw RuntimeError(error_number::kDiskFull, "DezipFiles: refused, unpacks to " + Bytes(bytes) + ", " +
+                                                    Bytes(*free_space) + " are free");
+  }
+}
+
+/// An archive whose directory is too large to be read.
+bool HasTooLargeDirectory(const platform::FileReader& files, const std::string& path,
+                          const ZIP::Limits& limits) {
+  return ZipDirectoryBytes(files, path) > limits.directory_bytes;
 }
 
 /// The entry's name without the separator that makes it a folder. Raises 75 for a name that would leave the
@@ -98,9 +112,14 @@ bool ZIP::DezipFiles(const std::string& zip_file, const std::string& dest_folder
     disk_full = disk_full || error.Number() == error_number::kDiskFull;
   });
 
-  const std::optional<ZipReader> archive = OpenZip(runtime_.files, zip_file);
+  std::optional<ZipReader> archive;
   std::vector<ZipEntry> entries;
   const bool accepted = trap([&] {
+    if (HasTooLargeDirectory(runtime_.files, zip_file, limits_)) {
+      throw RuntimeError(kBadArchive,
+                         "DezipFiles: refused, its directory is over " + Bytes(limits_.directory_bytes));
+    }
+    OpenZip(runtime_.files, zip_file, archive);
     const std::int64_t count = archive ? archive->Count() : 0;
     if (count == 0) {
       throw RuntimeError(kBadArchive, "DezipFiles: GetEntryNum=0, Zip file seems corrupted");
@@ -110,7 +129,7 @@ bool ZIP::DezipFiles(const std::string& zip_file, const std::string& dest_folder
                          "DezipFiles: refused, more than " + core::IntegerText(limits_.entries) + " entries");
     }
     entries = archive->Entries();
-    CheckSize(entries, limits_);
+    CheckSize(entries, limits_, runtime_.files.FreeSpace(dest_folder));
   });
   std::erase_if(entries, [](const ZipEntry& entry) { return entry.name.empty(); });
   if (!accepted || entries.empty()) return false;
@@ -138,7 +157,9 @@ bool ZIP::ZipFiles(const std::string& target_folder, const std::string& archive_
 }
 
 int ZIP::EntryCount(const std::string& zip_file) const {
-  const std::optional<ZipReader> archive = OpenZip(runtime_.files, zip_file);
+  if (HasTooLargeDirectory(runtime_.files, zip_file, limits_)) return 0;
+  std::optional<ZipReader> archive;
+  OpenZip(runtime_.files, zip_file, archive);
   return archive ? static_cast<int>(std::min<std::int64_t>(archive->Count(), INT32_MAX)) : 0;
 }
 

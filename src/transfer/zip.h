@@ -11,11 +11,13 @@ namespace vlmr::transfer {
 /// number and text, or that of the file operation that failed.
 class ZIP {
  public:
-  /// What an archive may hold at most; more is refused with a line in the log before anything is unpacked.
+  /// What an archive may hold at most; more is refused with a line in the log before anything is unpacked. So
+  /// is an archive that unpacks to more than the space that is free where its target folder lies (61).
   struct Limits {
     std::int64_t entries = 100'000;
     std::int64_t unpacked_bytes = std::int64_t{4}
                                   << 30;  ///< all entries together, as declared and as they are
+    std::int64_t directory_bytes = std::int64_t{16} << 20;  ///< of the archive's directory
   };
 
   /// `runtime` must outlive this object.

@@ -334,7 +334,7 @@ TEST_F(DownloadFiles, AProxyPortThatIsNoNumberFailsInProxyModesAlone) {
   }
 }
 
-TEST_F(DownloadFiles, OnlyAnIndexHasALongestLength) {
+TEST_F(DownloadFiles, WhatIsReadAsAWholeHasALongestLength) {
   Fetch();
   EXPECT_EQ(internet_file.max_bytes, 0);
   local = world.At(R"(\TempDownload\ActiveUpdate\Server.ini)");

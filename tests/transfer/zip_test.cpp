@@ -207,6 +207,39 @@ TEST_F(DezipFiles, FourGigabytesAreTheMostThatAnArchiveMayDeclare) {
             (Lines{"Dezipfiles: error 1 DezipFiles: refused, unpacks to more than 4294967296 bytes"}));
 }
 
+TEST_F(DezipFiles, MoreThanIsFreeWhereItUnpacksIsRefusedBeforeAnythingIsUnpacked) {
+  world.files.free_space = 9;
+  EXPECT_FALSE(Unpack({{.name = "a", .data = "12345"}, {.name = "b", .data = "12345"}}));
+  EXPECT_EQ(world.LogMessages(),
+            (Lines{"Dezipfiles: error 61 DezipFiles: refused, unpacks to 10 bytes, 9 bytes are free"}));
+  EXPECT_EQ(Unpacked(), Lines{});
+  world.files.free_space = 10;
+  EXPECT_TRUE(Unpack({{.name = "a", .data = "12345"}, {.name = "b", .data = "12345"}}));
+}
+
+TEST_F(DezipFiles, ADirectoryThatIsTooLargeToBeReadIsRefusedAndCountsNoEntries) {
+  ZIP small(world.runtime, {.directory_bytes = 150});
+  const std::string path = world.At(R"(\in\a.zip)");
+  world.files.Put(path, RawZip({{.name = "a", .data = "x"}, {.name = "b", .data = "x"}}));
+  EXPECT_TRUE(small.DezipFiles(path, world.At(R"(\out)"), "", ""));
+  EXPECT_EQ(small.EntryCount(path), 2);
+  world.files.Remove(R"(\out)");
+  world.files.Put(path, RawZip({{.name = std::string(150, 'a'), .data = "x"}}));
+  EXPECT_FALSE(small.DezipFiles(path, world.At(R"(\out)"), "", ""));
+  EXPECT_EQ(small.EntryCount(path), 0);
+  EXPECT_EQ(world.LogMessages(),
+            (Lines{"Dezipfiles: error 1 DezipFiles: refused, its directory is over 150 bytes"}));
+  EXPECT_EQ(Unpacked(), Lines{});
+}
+
+TEST_F(DezipFiles, AHundredThousandEntriesAreTheMost) {
+  std::vector<RawZipEntry> entries(100'001);
+  for (std::size_t n = 0; n < entries.size(); ++n) entries[n].name = std::to_string(n);
+  EXPECT_FALSE(Unpack(entries));
+  EXPECT_EQ(world.LogMessages(),
+            (Lines{"Dezipfiles: error 1 DezipFiles: refused, more than 100000 entries"}));
+}
+
 TEST_F(DezipFiles, AFileThatCannotBeWrittenIsReportedAndTheOthersAreExtracted) {
   world.files.PutFolder(R"(\out\a.txt)");
   world.files.Fail(Operation::kStage, "b.txt", 70);
