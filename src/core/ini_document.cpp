@@ -79,6 +79,18 @@ class PlaceFinder {
   std::size_t place_ = 0;
 };
 
+/// A number from 1 to a million in digits without leading zeros; 0 for any other text.
+int PlainNumber(std::string_view digits) {
+  constexpr int kMost = 1'000'000;
+  if (digits.size() > 7 || digits.empty() || digits.front() == '0') return 0;
+  int number = 0;
+  for (const char c : digits) {
+    if (c < '0' || c > '9') return 0;
+    number = number * 10 + (c - '0');
+  }
+  return number <= kMost ? number : 0;
+}
+
 }  // namespace
 
 IniDocument::IniDocument(std::string text) : arena_(std::move(text)), text_size_(arena_.size()) {
@@ -189,6 +201,21 @@ std::string_view IniDocument::Get(std::string_view section, std::string_view key
 
 bool IniDocument::HasKey(std::string_view section, std::string_view key) const {
   return FindKey(Trim(section), Trim(key)) != kNone;
+}
+
+std::vector<int> IniDocument::NumberedKeys(std::string_view section, std::string_view prefix) const {
+  std::vector<int> numbers;
+  const std::uint32_t searched = FindSection(Trim(section));
+  if (searched == kNone) return numbers;
+  for (std::uint32_t at = lines_[sections_[searched].header].next;
+       at != kNone && lines_[at].section == searched; at = lines_[at].next) {
+    const std::string_view key = SplitLine(Content(at)).key;
+    if (key.size() <= prefix.size() || !EqualsIgnoringCase(key.substr(0, prefix.size()), prefix)) continue;
+    if (const int number = PlainNumber(key.substr(prefix.size())); number > 0) numbers.push_back(number);
+  }
+  std::sort(numbers.begin(), numbers.end());
+  numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+  return numbers;
 }
 
 std::string_view IniDocument::RawValue(std::uint32_t line) const { return SplitLine(Content(line)).value; }

@@ -39,6 +39,9 @@ class IniDocument {
   /// The value without its quotes, or empty when section or key is missing. Valid until the next change.
   std::string_view Get(std::string_view section, std::string_view key) const;
   bool HasKey(std::string_view section, std::string_view key) const;
+  /// The numbers N, ascending and each once, for which the section holds a key `prefix`N written in plain
+  /// digits, from 1 to a million. Reads the section once.
+  std::vector<int> NumberedKeys(std::string_view section, std::string_view prefix) const;
 
   /// Whether names can be written so that they are found again: no "]" in a section's name, no "=" in a
   /// key's, no line end in either, and a key that is not empty and begins with neither ";" nor "[".

@@ -6,6 +6,7 @@
 
 #include "core/number.h"
 #include "core/text.h"
+#include "index/entry_numbers.h"
 #include "index/index_values.h"
 #include "platform/runtime_error.h"
 
@@ -16,6 +17,12 @@ constexpr std::string_view kPatternSection = "PATTERN";
 
 /// The most increments that a table is made for. An index that names more is no index of the service.
 constexpr double kMostIncrements = 1'000'000;
+
+/// The increments that a loop over `count` of them visits.
+std::vector<int> IncrementNumbers(const core::Runtime& runtime, int count) {
+  return EntryNumbers(runtime.ini.Document(runtime.paths.FreshIndex()), kPatternSection,
+                      {"Merge.", "MergePath_VSAPI."}, count);
+}
 
 std::string Numbered(std::string_view key, int number) {
   return std::string(key) + core::IntegerText(number);
@@ -55,9 +62,10 @@ std::string IndexReaders::GetIncrementPathForVersion(const std::string& version)
   // A missing "Merge." value would equal the empty version, which nothing applies to.
   if (version.empty()) return {};
   const int count = static_cast<int>(std::clamp(listed, 0.0, kMostIncrements));
+  const std::vector<int> numbers = IncrementNumbers(runtime_, count);
   // One look at the file serves the whole loop, which writes no line.
   const IndexValues values(runtime_.ini, index);
-  for (int n = 1; n <= count; ++n) {
+  for (const int n : numbers) {
     if (values.Get(kPatternSection, Numbered("Merge.", n)) != version) continue;
     const std::string value = runtime_.ReadIniValue(kPatternSection, Numbered("MergePath_VSAPI.", n), index);
     return value.empty() ? std::string() : core::BeforeComma(value);
@@ -75,12 +83,14 @@ void IndexReaders::GetIncrementUrl(std::vector<Increment>& table) const {
   if (listed > kMostIncrements) throw platform::RuntimeError(platform::error_number::kOutOfMemory);
 
   const int count = static_cast<int>(std::floor(listed));
-  table.assign(static_cast<std::size_t>(count), Increment{});
-  for (int n = 1; n <= count; ++n) {
+  const std::vector<int> numbers = IncrementNumbers(runtime_, count);
+  table.assign(numbers.size(), Increment{});
+  auto place = table.begin();
+  for (const int n : numbers) {
+    Increment& row = *place++;
     const std::string value = runtime_.ReadIniValue(kPatternSection, Numbered("MergePath_VSAPI.", n), index);
     runtime_.Log("GetIncrementUrl: Value=" + value);
     core::PathAndSize parts = core::SplitPathAndSize(value);
-    Increment& row = table[static_cast<std::size_t>(n - 1)];
     row.path = std::move(parts.path);
     row.size = std::move(parts.size);
     row.from = runtime_.ReadIniValue(kPatternSection, Numbered("Merge.", n), index);

@@ -4,6 +4,7 @@
 
 #include "core/number.h"
 #include "core/text.h"
+#include "index/entry_numbers.h"
 #include "platform/runtime_error.h"
 
 namespace vlmr::index {
@@ -34,7 +35,9 @@ void Products::GetProducts() {
   runtime_.Log("GetProducts:Verify Products Language English");
   // Counted in more than 16 bits, or the highest number would have no end.
   const int last_number = trap.Value([&] { return core::ToInt16(last); }).value_or(0);
-  for (int number = 1; number <= last_number; ++number) {
+  const std::vector<int> numbers = EntryNumbers(runtime_.ini.Document(runtime_.paths.FreshIndex()),
+                                                "All_Product", {"Product."}, last_number);
+  for (const int number : numbers) {
     VerifyProductByIndex(static_cast<std::int16_t>(number), kEnglish);
     VerifyProductByIndex(static_cast<std::int16_t>(number), "16");
   }

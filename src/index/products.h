@@ -18,7 +18,8 @@ class Products {
   /// All references must outlive this object.
   Products(const core::Runtime& runtime, const ServiceFetch& fetch);
 
-  /// The full pass: products 1 to the fresh "MaxProductID", each in English ("1") and then "16".
+  /// The full pass: products 1 to the fresh "MaxProductID" as `EntryNumbers` gives them, each in English
+  /// ("1") and then "16".
   void GetProducts();
   /// The OfficeScan set: nine products, all of them in French ("64") and then all in English.
   void GET_PRODUCTS_ByName();

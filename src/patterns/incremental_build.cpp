@@ -60,8 +60,9 @@ std::string IncrementalBuild::FindIncrement(const std::string& my_pattern) {
   runtime_.Log("PatchVsapI: Count=" + core::SingleText(count));
 
   std::string increment;
-  const int last = trap_.Value([&] { return MergeEntries::LastOf(count); }).value_or(0);
-  for (int n = 1; n <= last; ++n) {
+  std::vector<int> numbers;
+  trap_([&] { numbers = entries_.Numbers(count); });
+  for (const int n : numbers) {
     const std::string version = entries_.Version(n);
     // A number of nothing would be 0, and so equal to the version of a mirror that holds no pattern.
     if (!version.empty() &&

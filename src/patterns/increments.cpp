@@ -69,8 +69,7 @@ bool Increments::GetSingleIncrement() {
 
   std::string found;
   trap([&] {
-    const int last = MergeEntries::LastOf(core::ToDouble(entries_.Count()));
-    for (int n = 1; n <= last; ++n) {
+    for (const int n : entries_.Numbers(core::ToDouble(entries_.Count()))) {
       const std::string version = entries_.Version(n);
       if (!version.empty() && version == my_pattern) {
         found = entries_.PathAndSize(n);

@@ -1,6 +1,7 @@
 #include "patterns/merge_entries.h"
 
 #include "core/number.h"
+#include "index/entry_numbers.h"
 #include "platform/runtime_error.h"
 
 namespace vlmr::patterns {
@@ -24,11 +25,12 @@ std::string MergeEntries::PathAndSize(int n) const {
   return ReadPatternKey(runtime_, "MergePath_VSAPI." + core::IntegerText(n));
 }
 
-int MergeEntries::LastOf(double count) {
+std::vector<int> MergeEntries::Numbers(double count) const {
   if (count > kMostEntries) {
     throw platform::RuntimeError(platform::error_number::kOutOfMemory);
   }
-  return count < 1 ? 0 : static_cast<int>(count);
+  return index::EntryNumbers(runtime_.ini.Document(runtime_.paths.FreshIndex()), "PATTERN",
+                             {"Merge.", "MergePath_VSAPI."}, count < 1 ? 0 : static_cast<int>(count));
 }
 
 }  // namespace vlmr::patterns

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "core/runtime.h"
 
@@ -18,9 +19,9 @@ class MergeEntries {
   /// "MergePath_VSAPI." N: path and size of increment N.
   std::string PathAndSize(int n) const;
 
-  /// The last number of a loop over `count` entries. Raises 7 over a million, as filling the increment table
-  /// does: no index holds so many, and a count without its entries must not keep a run busy for hours.
-  static int LastOf(double count);
+  /// The numbers of a loop over `count` entries, as `index::EntryNumbers` gives them: a count without its
+  /// entries must not keep a run busy. Raises 7 over a million, as filling the increment table does.
+  std::vector<int> Numbers(double count) const;
 
  private:
   const core::Runtime& runtime_;

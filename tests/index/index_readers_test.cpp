@@ -81,6 +81,17 @@ TEST_F(IndexReadersTest, MergeCountOfTwoThousandMillionEndsSoon) {
   EXPECT_EQ(readers.GetIncrementPathForVersion("100"), "");
 }
 
+TEST_F(IndexReadersTest, AMillionIncrementsThatAreNotThereMakeAShortTableAndAShortLog) {
+  Fresh("[PATTERN]\nMergeCount=1000000\nMerge.900000=100\nMergePath_VSAPI.900000=Pattern/a,1\n");
+  EXPECT_EQ(readers.GetIncrementPathForVersion("100"), "Pattern/a");
+  std::vector<Increment> table;
+  readers.GetIncrementUrl(table);
+  ASSERT_EQ(table.size(), 1001U);
+  EXPECT_EQ(table.back().path, "Pattern/a");
+  EXPECT_EQ(table.back().from, "100");
+  EXPECT_EQ(LogMessages("GetIncrementUrl: Value=").size(), 1001U);
+}
+
 TEST_F(IndexReadersTest, NegativeMergeCountFindsNoIncrement) {
   for (const char* count : {"-5", "-1e300"}) {
     Fresh("[PATTERN]\nMergeCount=" + std::string(count) +

@@ -66,6 +66,14 @@ TEST_F(ProductsTest, HighestPossibleNumberIsVisitedAndEndsThePass) {
   EXPECT_EQ(StoredValue("All_Product", "Product.32767"), "9,1");
 }
 
+TEST_F(ProductsTest, HighestNumberWithoutItsProductsEndsThePassSoonAndMissesNoneThatIsThere) {
+  Fresh("[All_Product]\nMaxProductID=32767\nProduct.30000=9,1\n");
+  SetSetting("LOGS", "MaxSize", "100000");
+  products.GetProducts();
+  EXPECT_EQ(StoredValue("All_Product", "Product.30000"), "9,1");
+  EXPECT_EQ(LogMessages("VerifyProductByIndex: Verify product number").size(), 2U * 1001U);
+}
+
 TEST_F(ProductsTest, OfficeScanSetIsNineProductsInFrenchAndThenInEnglish) {
   products.GET_PRODUCTS_ByName();
   EXPECT_EQ(Verified(),
