@@ -69,6 +69,9 @@ SecretCipher::Fault SecretCipher::ReadKey(std::string& key) const {
   const std::string path = paths_ / R"(\VLMR.key)";
   if (files_.FindFile(path).empty()) return Fault::kKeyMissing;
   try {
+    // Nothing of another length is a key; what lies there may be of any length.
+    if (files_.Length(path) != static_cast<std::int64_t>(crypto_secretbox_KEYBYTES))
+      return Fault::kKeyUnusable;
     key = files_.ReadAll(path);
   } catch (const platform::RuntimeError&) {
     return Fault::kKeyUnusable;

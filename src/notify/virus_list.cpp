@@ -73,10 +73,18 @@ VirusList VirusListReport::ReadVirusListFile(const std::string& whats_new_path) 
   return Parse(whats_new_path);
 }
 
+std::string VirusListReport::ReadBounded(const std::string& path) const {
+  const std::int64_t length = runtime_.files.Length(path);
+  if (length <= kLongestText) return runtime_.files.ReadAll(path);
+  runtime_.Log("ReadVirusListFile: Refused " + path + ": it is over " + core::IntegerText(kLongestText) +
+               " bytes");
+  return {};
+}
+
 VirusList VirusListReport::Parse(const std::string& whats_new_path) {
   const core::ErrorTrap quiet([](const platform::RuntimeError&) {});
   const std::string report = runtime_.paths / R"(\ListVir_Official.ini)";
-  const std::string text = quiet.Value([&] { return runtime_.files.ReadAll(whats_new_path); }).value_or("");
+  const std::string text = quiet.Value([&] { return ReadBounded(whats_new_path); }).value_or("");
 
   VirusList list{.status = "OK", .count = "", .names = ""};
   ListFinder finder;

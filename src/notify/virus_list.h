@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "core/runtime.h"
@@ -14,7 +15,7 @@ struct VirusList {
 };
 
 /// Extracts the list of newly covered viruses from "whatsnew.txt" into the report `\ListVir_Official.ini`,
-/// which other programs of the network read. Every error is skipped silently; nothing here raises.
+/// which other programs of the network read. Every error of a file is skipped silently; nothing here raises.
 class VirusListReport {
  public:
   /// What is needed from the patterns' housekeeping.
@@ -24,6 +25,10 @@ class VirusListReport {
     /// Fetches the pattern's "whatsnew.txt" into the published pattern folder.
     virtual void DownloadWhatsNew() = 0;
   };
+
+  /// A longer file counts as one without a list, and a line of the log says so: the whole of it would be
+  /// held in memory. Bytes.
+  static constexpr std::int64_t kLongestText = std::int64_t{4} << 20;
 
   /// Both references must outlive this object.
   VirusListReport(const core::Runtime& runtime, WhatsNewSource& source)
@@ -37,6 +42,7 @@ class VirusListReport {
 
  private:
   VirusList Parse(const std::string& whats_new_path);
+  std::string ReadBounded(const std::string& path) const;
 
   const core::Runtime& runtime_;
   WhatsNewSource& source_;

@@ -15,10 +15,11 @@ class HttpBody {
  public:
   explicit HttpBody(platform::FileSystem& files) : files_(files) {}
 
-  /// A new body for `path`, of at most `max_bytes` (0 = any length). What was there before is dropped.
+  /// A new body for `path`, of at most `max_bytes` and a line for every 16 of them (0 = any length). What was
+  /// there before is dropped.
   void Open(std::string path, std::int64_t max_bytes);
   /// Takes bytes. Raises as `StageMakingFolders` and `StagedFile::Write`; libcurl's 63 for a body that is too
-  /// long.
+  /// long or has too many lines.
   void Add(std::string_view bytes);
   /// Makes the file appear, an empty one when no bytes came. Raises likewise and as `StagedFile::Commit`.
   void Commit();
@@ -26,12 +27,16 @@ class HttpBody {
   void Drop();
 
  private:
+  void CountLines(std::string_view bytes);
   void Flush();
+  void Forget();
 
   platform::FileSystem& files_;
   std::string path_;
   std::int64_t max_bytes_ = 0;
   std::int64_t length_ = 0;
+  std::int64_t line_feeds_ = 0;
+  std::int64_t carriage_returns_ = 0;
   std::string gathered_;
   std::unique_ptr<platform::StagedFile> staged_;
 };

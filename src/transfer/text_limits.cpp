@@ -16,7 +16,7 @@ struct Limit {
 constexpr std::int64_t kMiB = std::int64_t{1} << 20;
 constexpr std::array<Limit, 3> kLimits = {{
     {.name = "server.ini", .bytes = 64 * kMiB},
-    {.name = "whatsnew.txt", .bytes = 16 * kMiB},
+    {.name = "whatsnew.txt", .bytes = 4 * kMiB},
     {.name = "latest.ini", .bytes = 1 * kMiB},
 }};
 

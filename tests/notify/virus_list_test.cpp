@@ -150,6 +150,20 @@ TEST(VirusList, AHeaderPastTheLargestLineNumberStartsNoList) {
   EXPECT_EQ(Read(world, text + kHeader + "\nQuill.A\n").names, "");
 }
 
+TEST(VirusList, AFileThatIsTooLongToBeHeldCountsAsOneWithoutAList) {
+  NotifyWorld world;
+  std::string text = std::string(kHeader) + "\r\nQuill.A\r\n" + kRule + "\r\n";
+  text.resize(VirusListReport::kLongestText, 'x');
+  EXPECT_EQ(Read(world, text).count, "1");
+  const VirusList list = Read(world, text + "x");
+  EXPECT_EQ(list.status, "OK");
+  EXPECT_EQ(list.count, "");
+  EXPECT_EQ(list.names, "");
+  EXPECT_EQ(world.LogMessages(),
+            (std::vector<std::string>{"ReadVirusListFile: Refused " + world.At(R"(\list.txt)") +
+                                      ": it is over 4194304 bytes"}));
+}
+
 TEST(VirusList, AMissingFileIsReportedInTheCountAndTheOldReportSurvives) {
   NotifyWorld world;
   world.files.Put(R"(\ListVir_Official.ini)", "[VIRUS]\r\nCOUNT=1\r\n");

@@ -339,6 +339,18 @@ TEST_F(FtpGetting, OneConnectionServesLogInListingAndAllGets) {
   EXPECT_EQ(std::count(changes.begin(), changes.end(), "CWD products/tsc"), 1);
 }
 
+TEST_F(FtpGetting, ALatestIniThatIsTooLongIsRefusedBeforeAllOfItHasCome) {
+  server.PutFile("pub/latest.ini", std::string((1 << 20) + 1, ';'));
+  server.PutFile("pub/large.zip", std::string((1 << 20) + 1, ';'));
+  ASSERT_TRUE(Connect().Ok());
+  ASSERT_TRUE(client->List("pub", names).Ok());
+  const FtpResult result = client->Get("latest.ini", world.At("\\latest.ini"));
+  EXPECT_EQ(result.number, 63);
+  EXPECT_EQ(result.description, "The file is over 1048576 bytes");
+  EXPECT_FALSE(world.files.Has("\\latest.ini"));
+  EXPECT_TRUE(client->Get("large.zip", world.At("\\large.zip")).Ok());
+}
+
 TEST_F(FtpGetting, BringsEveryByteIntoAFolderThatIsMadeForIt) {
   std::string bytes;
   for (int i = 0; i < 300'000; ++i) bytes += static_cast<char>(i % 256);

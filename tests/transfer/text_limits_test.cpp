@@ -7,7 +7,7 @@ namespace {
 
 TEST(TextLimits, HoldForTheFilesThatAreReadAsAWholeInAnyCase) {
   EXPECT_EQ(MostBytesOf("/app\\TempDownload\\ActiveUpdate\\Server.ini"), 64 << 20);
-  EXPECT_EQ(MostBytesOf("/app\\ActiveUpdate\\Pattern\\WHATSNEW.TXT"), 16 << 20);
+  EXPECT_EQ(MostBytesOf("/app\\ActiveUpdate\\Pattern\\WHATSNEW.TXT"), 4 << 20);
   EXPECT_EQ(MostBytesOf("/app\\CPR_Temp\\latest.ini"), 1 << 20);
 }
 
