@@ -47,7 +47,7 @@ FOLDER_TERM = re.compile(
     r"\bpaths_?\b|Root\(\)|Folder\(\)|(Published|Staged)Patterns\(|FolderOf\(|\b\w*(folder|root|directory|dir)\w*\b", re.IGNORECASE)
 ASSIGNED = re.compile(r"(?:std::string(?:_view)?|auto)&?\s+(\w+)\s*(?:=|\(|\{)\s*([^;]*);")
 # What is asked about a path gives no path.
-ASKED = re.compile(r"\bfiles_?\.|\bini_?\.|Read\w*\(|Find\w*\(|List\w*\(|Length\(|\bfetch_\.|\bzip_\.|\bsettings\.|NameOf\(")
+ASKED = re.compile(r"\bfiles_?\.|\bini_?\.|Read\w*\(|Find\w*\(|List\w*\(|Length\(|\bfetch_\.|\bzip_\.|\bsettings\.|NameOf\(|StageMakingFolders\(|\bStage\(")
 BY_HAND = re.compile(r"std::replace\(|ReplaceAll\([^;]*\"/\"|=\s*'\\\\\\\\'")
 
 
