@@ -128,6 +128,7 @@ CurlFtpExchange::Outcome CurlFtpExchange::Perform() {
   curl_easy_getinfo(handle_, CURLINFO_RESPONSE_CODE, &reply);
   outcome.reply = static_cast<int>(reply);
   outcome.transfer_started = reply_.TransferStarted();
+  if (outcome.library_code == CURLE_OK && IsPartial()) outcome.library_code = CURLE_PARTIAL_FILE;
   outcome.result = ResultOf(outcome.library_code, outcome.reply, socket_error_before);
   return outcome;
 }
@@ -153,6 +154,11 @@ FtpResult CurlFtpExchange::ResultOf(int code, int reply, long socket_error_befor
   return {code, library_words};
 }
 
+bool CurlFtpExchange::IsPartial() const {
+  // libcurl takes a negative length for none of its cases and stores nothing, with success.
+  return sink_ && reply_.ToldLength().value_or(received_) != received_;
+}
+
 bool CurlFtpExchange::MustStop(std::int64_t bytes) {
   if (loop_.CloseRequested()) return true;
   const auto now = clock_.Steady();
@@ -175,6 +181,7 @@ std::size_t CurlFtpExchange::TakeHeader(char* data, std::size_t size, std::size_
 std::size_t CurlFtpExchange::TakeBody(char* data, std::size_t size, std::size_t count, void* self) {
   auto& exchange = *static_cast<CurlFtpExchange*>(self);
   if (!exchange.sink_) return size * count;
+  exchange.received_ += static_cast<std::int64_t>(size * count);
   try {
     exchange.sink_({data, size * count});
     return size * count;

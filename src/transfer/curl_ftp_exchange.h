@@ -88,6 +88,7 @@ class CurlFtpExchange {
   static std::size_t GiveBody(char* buffer, std::size_t size, std::size_t count, void* self);
   bool MustStop(std::int64_t bytes);
   FtpResult ResultOf(int code, int reply, long socket_error_before) const;
+  bool IsPartial() const;
 
   void* handle_;
   const platform::Clock& clock_;
@@ -103,6 +104,7 @@ class CurlFtpExchange {
 
   FtpReply reply_;
   std::function<void(std::string_view)> sink_;
+  std::int64_t received_ = 0;
   platform::InputFile* source_ = nullptr;
   std::int64_t sent_ = 0;
   std::optional<platform::RuntimeError> local_fault_;

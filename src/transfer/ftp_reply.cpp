@@ -1,6 +1,7 @@
 #include "transfer/ftp_reply.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include "transfer/printable.h"
 
@@ -15,6 +16,13 @@ bool HasCode(std::string_view line) {
          (line.size() == 3 || line[3] == ' ' || line[3] == '-');
 }
 
+std::optional<std::int64_t> LengthIn(std::string_view text) {
+  std::int64_t length = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return length;
+}
+
 }  // namespace
 
 void FtpReply::TakeLine(std::string_view line) {
@@ -24,6 +32,7 @@ void FtpReply::TakeLine(std::string_view line) {
   const bool has_code = HasCode(line);
   complete_ = has_code && (line.size() == 3 || line[3] == ' ');
   transfer_started_ = transfer_started_ || (complete_ && line[0] == '1');
+  if (complete_ && line.starts_with("213 ")) told_length_ = LengthIn(line.substr(4));
   const std::string_view bare = has_code ? line.substr(std::min<std::size_t>(4, line.size())) : line;
   const std::string text = PrintableLine(bare);
   if (!words_.empty() && !text.empty()) words_ += ' ';

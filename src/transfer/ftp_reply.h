@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,11 +22,14 @@ class FtpReply {
   const std::string& Words() const { return words_; }
   /// Whether a transfer was announced (a reply 1xx).
   bool TransferStarted() const { return transfer_started_; }
+  /// What the server last told as the length of a file (213, RFC 3659, 4); empty when it told no number.
+  std::optional<std::int64_t> ToldLength() const { return told_length_; }
 
  private:
   std::string words_;
   bool complete_ = true;
   bool transfer_started_ = false;
+  std::optional<std::int64_t> told_length_;
 };
 
 }  // namespace vlmr::transfer

@@ -422,6 +422,15 @@ TEST_F(FtpGetting, AFileThatTheServerCallsBrokenIsNotKept) {
   EXPECT_FALSE(world.files.Has("\\a.zip"));
 }
 
+TEST_F(FtpGetting, AFileOfANegativeLengthIsNotKept) {
+  world.files.Put("\\a.zip", "old");
+  server.PutFile("pub/a.zip", "abc");
+  ConnectAndList();
+  server.Script("SIZE", {.pieces = {"213 -5\r\n"}});
+  EXPECT_EQ(client->Get("a.zip", world.At("\\a.zip")).number, 18);
+  EXPECT_EQ(world.files.Text("\\a.zip"), "old");
+}
+
 TEST_F(FtpGetting, AServerThatFallsSilentIsGivenUp) {
   UseLimits({.connect = 5s, .silence = 300ms, .goodbye = 300ms});
   server.PutFile("pub/a.zip", std::string(100'000, 'n'));

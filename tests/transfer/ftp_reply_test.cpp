@@ -26,6 +26,20 @@ TEST(FtpReply, JoinsTheLinesOfOneReply) {
   EXPECT_EQ(reply.Words(), "bye");
 }
 
+TEST(FtpReply, KnowsTheLengthThatTheServerTold) {
+  FtpReply reply;
+  EXPECT_EQ(reply.ToldLength(), std::nullopt);
+  reply.TakeLine("213 65536\r\n");
+  reply.TakeLine("226 5\r\n");
+  EXPECT_EQ(reply.ToldLength(), 65536);
+  reply.TakeLine("213 -5\r\n");
+  EXPECT_EQ(reply.ToldLength(), -5);
+  for (const char* line : {"213 many", "213 ", "213 5 bytes", "213 99999999999999999999"}) {
+    reply.TakeLine(line);
+    EXPECT_EQ(reply.ToldLength(), std::nullopt) << line;
+  }
+}
+
 TEST(FtpReply, KnowsALineThatIsABareCode) {
   FtpReply reply;
   reply.TakeLine("530\r\n");
