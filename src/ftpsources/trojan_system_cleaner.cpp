@@ -141,7 +141,7 @@ TscPackage::Contents TscPackage::LookAtPublished() const {
 
 void TscPackage::DeleteUnchanged(const Contents& contents) const {
   for (const auto& [path, stamp] : contents) {
-    if (runtime_.files.Stamp(path) == stamp) trap_([&] { runtime_.files.Delete(path); });
+    if (runtime_.files.Stamp(path) == stamp) trap_([this, &file = path] { runtime_.files.Delete(file); });
   }
 }
 
