@@ -131,7 +131,8 @@ void MailQueue::CreateSmtpMail(const std::string& body, const std::string& subje
     text.append(kCrLf).append(kRule).append(kCrLf).append("New Virus List").append(kRule).append(kCrLf);
     text.append(list.names);
   }
-  trap([&] { runtime_.files.Replace(QueuePath(body_name), text + kCrLf); });
+  // As the control file: what a server says, and so an error mail, may quote what was sent to it.
+  trap([&] { runtime_.files.Replace(QueuePath(body_name), text + kCrLf, platform::Access::kOwnerAndGroup); });
 }
 
 std::string MailQueue::QueuePath(const std::string& name) const {

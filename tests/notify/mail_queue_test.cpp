@@ -280,6 +280,14 @@ TEST(MailQueue, TheControlFileAppearsWholeBeforeTheBodyAndEachInOneWrite) {
                            world.At(R"(\mQueue\)") + NameOf(2) + ".tmp"}));
 }
 
+TEST(MailQueue, BothFilesOfAMailAreForTheirOwnerAndGroup) {
+  NotifyWorld world;
+  world.queue.CreateSmtpMail("body", "subject", false, false);
+  for (const std::string& file : {NameOf(1) + ".ini", NameOf(2) + ".tmp"}) {
+    EXPECT_EQ(world.files.AccessOf(R"(\mQueue\)" + file), platform::Access::kOwnerAndGroup) << file;
+  }
+}
+
 TEST(MailQueue, TheTwoFilesOfAMailHaveDifferentBaseNamesEvenWhenTheDrawsAreEqual) {
   NotifyWorld world;
   world.random.draws = {7, 7, 7, 8};
