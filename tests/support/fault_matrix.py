@@ -61,7 +61,7 @@ def play_all(*groups):
 
     Fails when a case failed, and prints the matrix in any case. A player's `play(case)` returns what the log says and
     what is published."""
-    rows, broken, threads = {}, [], []
+    rows, broken, seconds, threads = {}, [], [], []
 
     def work(player, waiting):
         while True:
@@ -69,8 +69,10 @@ def play_all(*groups):
                 place, case = waiting.get_nowait()
             except queue.Empty:
                 return
+            begun = time.monotonic()
             try:
                 rows[place] = (case, *player.play(case))
+                seconds.append((time.monotonic() - begun, case))
             except Exception:  # pylint: disable=broad-except
                 broken.append((case, traceback.format_exc()))
 
@@ -87,6 +89,8 @@ def play_all(*groups):
     print_rows([rows[place] for place in sorted(rows)])
     total = sum(len(cases) for _, cases in groups)
     print(f"  {total} cases in {time.monotonic() - started:.1f} s")
+    for spent, case in sorted(seconds, key=lambda entry: -entry[0])[:3]:
+        print(f"  slow: {case.fault.name} | {case.kind.name} ({spent:.1f} s)")
     for case, trace in broken:
         print(f"  BROKEN {case.fault.name} | {case.kind.name}\n{trace}")
     assert not broken, f"{len(broken)} of {total} cases failed: {[(c.fault.name, c.kind.name) for c, _ in broken]}"

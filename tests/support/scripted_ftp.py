@@ -9,10 +9,14 @@ It takes any log-in, unless a user and a password are given, and any gateway log
 """
 
 import socket
+import struct
 import threading
 from pathlib import Path, PurePosixPath
 
 from ports import bound_socket
+
+ROUND_TRIP = 0.002
+"""Seconds until a command is answered."""
 
 
 class Control:
@@ -44,6 +48,13 @@ class Control:
             self.passive = None
             return connection
         return socket.create_connection(self.active, timeout=10)
+
+    def good(self, word, argument):
+        """Answers as a good server does."""
+        if word == "GREETING":
+            return self.reply("220 ready")
+        method = getattr(self, f"do_{word.lower()}", None)
+        return method(argument) if method else self.reply("502 not here")
 
     # --- commands: a method for each, named as the command -------------------------------------------------------
 
@@ -187,6 +198,120 @@ def in_pieces(text, size=3):
     return fault
 
 
+def reset_control(control, _):
+    """Breaks the control connection off with a reset."""
+    break_off(control.sock)
+    return False
+
+
+def break_off(sock):
+    """Lets a connection end with a reset when it is closed."""
+    sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+
+
+def raw(data):
+    """These bytes as a reply; the connection stays open."""
+    return lambda control, _: control.sock.sendall(data)
+
+
+def stall(control, _):
+    """Says nothing more."""
+    control.server.stopping.wait(600)
+    return False
+
+
+def never_calls(control, argument):
+    """Announces data and opens no connection for them."""
+    control.reply("150 here it comes")
+    return stall(control, argument)
+
+
+def endless_reply(control, _):
+    """A reply of lines that never come to their last."""
+    while not control.server.stopping.is_set():
+        control.sock.sendall(b"230-still more to say\r\n" * 100)
+
+
+def good_bytes(control, argument):
+    """What a good server would send: the file, or the names of a folder."""
+    file = control.local(argument or ".")
+    if file.is_dir():
+        return "".join(f"{path.name}\r\n" for path in sorted(file.iterdir()) if path.is_file()).encode("latin-1")
+    return file.read_bytes()
+
+
+def transfer(change=None, reset=False, after="226 that was it", wait=0):
+    """The data of NLST or RETR, changed; then a reset or the end of the data connection; then `after`: a reply, another
+    fault, or None for the end of the control connection. With `wait` the data connection stays open and silent so long."""
+
+    def fault(control, argument):
+        good = good_bytes(control, argument)
+        control.reply("150 here it comes")
+        with control.data() as connection:
+            connection.sendall(change(good) if change else good)
+            control.server.stopping.wait(wait)
+            if reset:
+                break_off(connection)
+        if callable(after):
+            return after(control, argument)
+        return control.reply(after) if after else False
+
+    return fault
+
+
+def endless_data(control, _):
+    """A listing that never ends."""
+    control.reply("150 here it comes")
+    with control.data() as connection:
+        while not control.server.stopping.is_set():
+            connection.sendall(b"some-name.txt\r\n" * 1000)
+
+
+def closed_port(control, _):
+    """Passive mode to a port where nobody listens."""
+    with bound_socket() as listener:
+        port = listener.getsockname()[1]
+    control.reply(f"227 Entering Passive Mode (127,0,0,1,{port >> 8},{port & 255})")
+
+
+def pasv_elsewhere(control, _):
+    """Passive mode that names another machine."""
+    control.passive = bound_socket()
+    port = control.passive.getsockname()[1]
+    control.reply(f"227 Entering Passive Mode (203,0,113,9,{port >> 8},{port & 255})")
+
+
+def dead_passive(control, _):
+    """Passive mode whose data connection is broken off as soon as it is there."""
+    with bound_socket() as listener:
+        control.reply(f"229 Entering Extended Passive Mode (|||{listener.getsockname()[1]}|)")
+        connection, _ = listener.accept()
+    break_off(connection)
+    connection.close()
+    # What comes next finds that its data connection is gone.
+    control.active = ("127.0.0.1", 9)
+
+
+def broken_store(control, _):
+    """Breaks the data connection of an upload off."""
+    control.reply("150 go on")
+    with control.data() as connection:
+        connection.recv(1000)
+        break_off(connection)
+    control.reply("426 broken off")
+
+
+def only_for(name, fault):
+    """The fault where the argument ends in `name`; good behaviour for all others."""
+
+    def chosen(control, argument):
+        if not argument.lower().endswith(name):
+            return control.good("RETR", argument)
+        return control.reply(fault) if isinstance(fault, str) else fault(control, argument)
+
+    return chosen
+
+
 class ScriptedFtp:
     """One thread for each connection; files below `root`, which the client may also write."""
 
@@ -212,6 +337,10 @@ class ScriptedFtp:
         """Sets the answers to a command; "GREETING" is what the server says first."""
         self._script[command.upper()] = list(entries)
 
+    def behave(self):
+        """Takes the whole script back."""
+        self._script = {}
+
     def words(self):
         """The commands so far without their arguments."""
         return [command.split(" ")[0] for command in list(self.commands)]
@@ -236,6 +365,8 @@ class ScriptedFtp:
             except OSError:
                 return
             connection.settimeout(None)
+            # A reply shall not wait for the acknowledgement of the one before.
+            connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
             self._connections.append(connection)
             threading.Thread(target=self._serve, args=(connection,), daemon=True).start()
 
@@ -258,13 +389,12 @@ class ScriptedFtp:
             connection.close()
 
     def _answer(self, control, word, argument):
+        # An answer that is there at once, as over no real line, lets libcurl wait a second for nothing.
+        self.stopping.wait(ROUND_TRIP)
         entries = self._script.get(word)
         entry = (entries[0] if len(entries) == 1 else entries.pop(0)) if entries else None
         if isinstance(entry, str):
             return control.reply(entry)
         if entry is not None:
             return entry(control, argument)
-        if word == "GREETING":
-            return control.reply("220 ready")
-        method = getattr(control, f"do_{word.lower()}", None)
-        return method(argument) if method else control.reply("502 not here")
+        return control.good(word, argument)
