@@ -10,6 +10,7 @@ PATTERN selects files (`http_modes`) and, within the others, tests by a part of 
 import argparse
 import concurrent.futures
 import fnmatch
+import importlib
 import os
 import re
 import subprocess
@@ -35,13 +36,14 @@ def matching_tests(file, pattern):
 
 def print_one_system_tests():
     """The tests that run with one executable only, with the reason."""
-    marked = re.compile(r'^@framework\.only_on\(\s*"(\w+)",\s*"([^"]*)",?\s*\)\ndef test_(\w+)\(', re.MULTILINE)
+    sys.path.insert(0, str(FOLDER))
     total = 0
     for file in test_files():
-        text = file.read_text(encoding="utf-8")
-        total += len(re.findall(r"^def test_", text, re.MULTILINE))
-        for system, reason, name in marked.findall(text):
-            print(f"only on {system}: {file.stem}: {name.replace('_', ' ')} ({reason})")
+        tests = {name: test for name, test in vars(importlib.import_module(file.stem)).items() if name.startswith("test_")}
+        total += len(tests)
+        for name, test in tests.items():
+            if hasattr(test, "only_on"):
+                print("only on {}: {}: {} ({})".format(test.only_on[0], file.stem, name[5:].replace("_", " "), test.only_on[1]))
     print(f"{total} functional tests in all")
     for suffix, system in (("posix", "linux"), ("windows", "windows")):
         for file in sorted(FOLDER.parent.glob(f"*/*_{suffix}_test.cpp")):
