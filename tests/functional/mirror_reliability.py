@@ -13,6 +13,8 @@ from waiting import scaled
 
 EVERYTHING = {"SOURCES": {"Engines": "1", "Products": "1"}}
 KILLS = int(os.environ.get("VLMR_KILLS", "50"))
+PRODUCTS = {"products": tuple(range(1, 151)), "product_languages": ("1", "16")}
+"""300 of them: a product is a number in a language."""
 
 
 def check_complete(app, root):
@@ -29,7 +31,7 @@ def check_complete(app, root):
 
 
 def test_a_run_killed_at_any_moment_is_mended_by_the_next(t):
-    root = t.publish(products=tuple(range(1, 76)), product_languages=("1", "16"), engines=service.all_engines())
+    root = t.publish(**PRODUCTS, engines=service.all_engines())
     server = t.nginx(root)
     app = t.app("measure")
     app.write_settings(framework.settings(server.base, EVERYTHING))
