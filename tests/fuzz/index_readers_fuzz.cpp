@@ -1,7 +1,6 @@
 // The whole input is the service's index.
 #include <algorithm>
 
-#include "core/number.h"
 #include "fuzz/fuzz_input.h"
 #include "index/index_readers.h"
 #include "platform/runtime_error.h"
@@ -46,13 +45,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   world.files.Put(R"(\TempDownload\ActiveUpdate\server.ini)", index);
   world.files.Put(R"(\ActiveUpdate\server.ini)", index);
   const vlmr::index::IndexReaders readers(world.runtime);
-  // A count that the file cannot hold only costs time.
-  bool small = true;
-  Try([&] {
-    const std::string count = world.runtime.ReadIniValue("PATTERN", "MergeCount", world.paths.FreshIndex());
-    small = vlmr::core::ToDouble(count) < 1000;
-  });
-  if (!small) return 0;
   Try([&] { readers.VerifLocalPatternVersion(world.paths.FreshIndex()); });
   Promise(!readers.GetDownloadedPatternVersion().empty(), "a version that is missing is 0");
   Try([&] { readers.GetCombinedPatternPath(); });
