@@ -51,6 +51,7 @@ void ReducedDownload::DownloadOnlyFirstPattern() {
     NotifyError("Downloaded server.ini file is corrupted");
     return;
   }
+  MendInterrupted();
   std::string stored = store_.GetLastStoredPatternExtension();
   if (stored.empty()) {
     stored = "0";
@@ -64,18 +65,44 @@ void ReducedDownload::DownloadOnlyFirstPattern() {
     return;
   }
   runtime_.Log("DownloadOnlyFirstPattern: new Pattern need version [" + web + "]");
-  if (BuildFromIncrement(stored, web)) {
-    FinishWith(web, "Increment");
-    return;
-  }
+  const core::ErrorTrap trap = TrapOf(runtime_, "DownloadOnlyFirstPattern");
+  trap([&] { runtime_.files.Replace(PendingMark(), web); });
+  if (Refresh(stored, web)) trap([&] { runtime_.files.Delete(PendingMark()); });
+}
+
+bool ReducedDownload::Refresh(const std::string& stored, const std::string& web) {
+  if (BuildFromIncrement(stored, web)) return FinishWith(web, "Increment");
   runtime_.Log("DownloadOnlyFirstPattern: Try to get BigVsapi");
   if (!GET_BIG_VSAPI()) {
     runtime_.Log("DownloadOnlyFirstPattern: Unable to Get Big VSAPI");
     NotifyError("Unable to Get Big VSAPI");
-    return;
+    return true;
   }
-  FinishWith(web, "Big VSAPI");
+  return FinishWith(web, "Big VSAPI");
 }
+
+void ReducedDownload::MendInterrupted() {
+  if (runtime_.files.FindFile(PendingMark()).empty()) return;
+  TrapOf(runtime_, "DownloadOnlyFirstPattern")([&] {
+    const std::string version = runtime_.files.ReadAll(PendingMark());
+    if (IsUsableVersion(runtime_, "DownloadOnlyFirstPattern", version)) {
+      const std::string made = runtime_.paths.PatternFolder() + "\\" + PatternName(version);
+      if (!runtime_.files.FindFile(made).empty()) runtime_.files.Delete(made);
+      // Held still, so it stands in the archive that clients get.
+      if (store_.GetLastStoredPatternExtension() == version && !FinishWith(version, MethodOf(version)))
+        return;
+    }
+    runtime_.files.Delete(PendingMark());
+  });
+}
+
+/// The full archive is unpacked into a folder of its own, an increment is not.
+std::string ReducedDownload::MethodOf(const std::string& version) const {
+  const std::string unpacked = runtime_.paths / R"(\ActiveUpdate\Source\)" + PatternName(version);
+  return runtime_.files.FindFile(unpacked).empty() ? "Increment" : "Big VSAPI";
+}
+
+std::string ReducedDownload::PendingMark() const { return runtime_.paths / R"(\Reduced.pending)"; }
 
 bool ReducedDownload::TestServerIni() {
   const std::string fresh_index = runtime_.paths.FreshIndex();
@@ -116,25 +143,28 @@ bool ReducedDownload::BuildFromIncrement(const std::string& stored, const std::s
   return true;
 }
 
-void ReducedDownload::FinishWith(const std::string& web, const std::string& method) {
+bool ReducedDownload::FinishWith(const std::string& web, const std::string& method) {
   runtime_.Log("DownloadOnlyFirstPattern: Writing new server.ini file");
-  WriteMirrorIndex(web, PublishedPatterns(runtime_.paths) + R"(\VSAPI.ZIP)", "DownloadOnlyFirstPattern");
+  const bool is_written =
+      WriteMirrorIndex(web, PublishedPatterns(runtime_.paths) + R"(\VSAPI.ZIP)", "DownloadOnlyFirstPattern");
   housekeeping_.DownloadWhatsNew();
   notifier_.PrepareMail(core::MailSwitch::kPattern, web + " [Method=" + method + "]");
+  return is_written;
 }
 
-void ReducedDownload::WriteMirrorIndex(const std::string& version, const std::string& archive,
+bool ReducedDownload::WriteMirrorIndex(const std::string& version, const std::string& archive,
                                        const std::string& procedure) {
-  TrapOf(runtime_, procedure)([&] {
+  return TrapOf(runtime_, procedure).Test([&] {
     const std::string size = core::IntegerText(runtime_.files.Length(archive));
     runtime_.Log(procedure + ": File size=" + size);
     const std::string index = runtime_.paths.StoredIndex();
     // Version and sizes belong together: clients see the old four values or the new ones.
-    const core::IniStore::Batch batch(runtime_.ini, index, core::IniStore::BatchKind::kAtEnd);
+    core::IniStore::Batch batch(runtime_.ini, index, core::IniStore::BatchKind::kAtEnd);
     runtime_.WriteIniValue("PATTERN", "Version", version, index);
     runtime_.WriteIniValue("PATTERN", "Path_Combine", "Pattern/vsapi.zip," + size, index);
     runtime_.WriteIniValue("PATTERN", "Path_VSAPI", "Pattern/vsapi.zip," + size, index);
     runtime_.WriteIniValue("PATTERN", "MergeCount", "0", index);
+    return batch.Finish();
   });
 }
 

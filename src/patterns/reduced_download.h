@@ -33,10 +33,18 @@ class ReducedDownload {
   bool GET_BIG_VSAPI();
 
  private:
+  /// What a killed run began: a pattern that the patch program made but nobody published would count as held
+  /// for ever, so it is deleted; for an archive that is published the rest is done. `\Reduced.pending` holds
+  /// its version from before the first change until the index is written.
+  void MendInterrupted();
+  std::string MethodOf(const std::string& version) const;
+  std::string PendingMark() const;
   bool TestServerIni();
+  /// Archive and index; false when the index could not be written.
+  bool Refresh(const std::string& stored, const std::string& web);
   bool BuildFromIncrement(const std::string& stored, const std::string& web);
-  void FinishWith(const std::string& web, const std::string& method);
-  void WriteMirrorIndex(const std::string& version, const std::string& archive, const std::string& procedure);
+  bool FinishWith(const std::string& web, const std::string& method);
+  bool WriteMirrorIndex(const std::string& version, const std::string& archive, const std::string& procedure);
   void NotifyError(const std::string& text);
 
   const core::Runtime& runtime_;

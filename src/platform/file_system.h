@@ -127,6 +127,8 @@ class FileSystem : public FileReader {
   void Replace(const std::string& path, std::string_view bytes, Access access = Access::kEverybody);
   /// Deletes a file. Raises 53 (absent, or a folder), 70 (in use, no right).
   virtual void Delete(const std::string& path) = 0;
+  /// Raises what `Delete` would raise, as far as that can be told beforehand; changes nothing.
+  virtual void RequireDeletable(const std::string& path) = 0;
   /// Copies a file, replacing the target in one step. Raises as `OpenRead` for the source, as `Stage` for the
   /// target.
   void Copy(const std::string& source, const std::string& target, Access access = Access::kEverybody);

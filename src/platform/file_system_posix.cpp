@@ -259,6 +259,17 @@ void PosixFileSystem::Delete(const std::string& path) {
   if (error != 0) RaiseSystemError(Attempt::kDelete, error);
 }
 
+void PosixFileSystem::RequireDeletable(const std::string& path) {
+  RealPath real = resolver_.Parse(path);
+  struct stat found = {};
+  int error = real.NamesNoFile() ? ENOENT : resolver_.Stat(real, found);
+  if (error == 0 && S_ISDIR(found.st_mode)) error = EISDIR;
+  // A name belongs to its folder.
+  const std::string folder = real.Folder().empty() ? "." : std::string(real.Folder());
+  if (error == 0 && ::faccessat(real.Base(), folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) error = errno;
+  if (error != 0) RaiseSystemError(Attempt::kDelete, error);
+}
+
 bool PosixFileSystem::Move(const std::string& source, const std::string& target) {
   return MoveTo(source, target, /*target_state=*/ENOENT, &RenameToNewName);
 }

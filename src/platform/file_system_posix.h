@@ -35,6 +35,7 @@ class PosixFileSystem : public FileSystem {
   void AppendLimited(const std::string& path, std::string_view bytes, double limit, Access access) override;
   std::unique_ptr<StagedFile> Stage(const std::string& path, Access access) override;
   void Delete(const std::string& path) override;
+  void RequireDeletable(const std::string& path) override;
   bool Move(const std::string& source, const std::string& target) override;
   bool MoveOver(const std::string& source, const std::string& target) override;
   void MakeFolder(const std::string& path) override;

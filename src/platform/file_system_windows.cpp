@@ -166,6 +166,20 @@ class WindowsFileSystem : public FileSystem {
     if (error != 0) RaiseSystemError(Attempt::kDelete, error);
   }
 
+  void RequireDeletable(const std::string& path) override {
+    const std::wstring wide = Native(path);
+    if (FindFile(path).empty()) RaiseSystemError(Attempt::kDelete, ERROR_FILE_NOT_FOUND);
+    const DWORD attributes = GetFileAttributesW(wide.c_str());
+    DWORD error = (attributes & FILE_ATTRIBUTE_READONLY) != 0 ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    if (error == ERROR_SUCCESS) {
+      error = RetryWhileInUse([&] {
+        return static_cast<bool>(Handle(CreateFileW(wide.c_str(), DELETE, kShareAll, nullptr, OPEN_EXISTING,
+                                                    FILE_ATTRIBUTE_NORMAL, nullptr)));
+      });
+    }
+    if (error != 0) RaiseSystemError(Attempt::kDelete, error);
+  }
+
   bool Move(const std::string& source, const std::string& target) override {
     if (FindFile(source).empty() || target.empty() || EndsWithSeparator(target) || Climbs(target))
       return false;

@@ -1,6 +1,7 @@
 #include "transfer/http_download.h"
 
 #include <chrono>
+#include <optional>
 
 #include "core/error_trap.h"
 #include "core/number.h"
@@ -39,6 +40,7 @@ HttpDownload::HttpDownload(const core::Runtime& runtime, platform::EventLoop& lo
 
 bool HttpDownload::DownloadFiles(std::int16_t protocol, const std::string& url, std::string& local_file) {
   bool result = true;
+  std::optional<platform::FileStamp> old;
   // Any error leaves the operation, without its last line.
   const core::ErrorTrap trap([&](const platform::RuntimeError& error) {
     if (error.Number() == platform::error_number::kFileNotFound) {
@@ -48,14 +50,32 @@ bool HttpDownload::DownloadFiles(std::int16_t protocol, const std::string& url, 
     runtime_.Log("DownloadFiles: error " + core::ErrorText(error));
     result = false;
   });
-  trap([&] { result = Perform(protocol, url, local_file); });
+  trap([&] { result = Perform(protocol, url, local_file, old); });
+  DropOld(local_file, old);
   return result;
 }
 
-bool HttpDownload::Perform(std::int16_t protocol, const std::string& url, std::string& local_file) {
+void HttpDownload::DropOld(const std::string& local_file,
+                           const std::optional<platform::FileStamp>& old) const {
+  if (!old || runtime_.files.Stamp(local_file) != old) return;
+  const core::ErrorTrap quiet([](const platform::RuntimeError&) {});
+  quiet([&] { runtime_.files.Delete(local_file); });
+}
+
+bool HttpDownload::Perform(std::int16_t protocol, const std::string& url, std::string& local_file,
+                           std::optional<platform::FileStamp>& old) {
   const ProxySettings proxy = ReadProxy();
   local_file = core::ReplaceAll(local_file, R"(\\)", R"(\)");
-  if (!runtime_.files.FindFile(local_file).empty()) runtime_.files.Delete(local_file);
+  const std::string found = runtime_.files.FindFile(local_file);
+  if (found == platform::NameOf(local_file)) {
+    runtime_.files.RequireDeletable(local_file);
+    // It goes in the step that puts the new one in its place, or once it is known that there is none: it may
+    // be one that the network reads.
+    old = runtime_.files.Stamp(local_file);
+  } else if (!found.empty()) {
+    // The new one is to be named as it is asked for.
+    runtime_.files.Delete(local_file);
+  }
 
   runtime_.Log("DownloadFiles: Initialize-----------------------------------");
   runtime_.Log("DownloadFiles: URL=" + url);

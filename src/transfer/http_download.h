@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "core/runtime.h"
 #include "platform/event_loop.h"
+#include "platform/file_system.h"
 #include "platform/form.h"
 #include "transfer/downloader.h"
 #include "transfer/http_component.h"
@@ -53,7 +55,11 @@ class HttpDownload : public Downloader {
   };
 
   ProxySettings ReadProxy() const;
-  bool Perform(std::int16_t protocol, const std::string& url, std::string& local_file);
+  /// `old` becomes what was there before, which nothing else tells from the new file.
+  bool Perform(std::int16_t protocol, const std::string& url, std::string& local_file,
+               std::optional<platform::FileStamp>& old);
+  /// Deletes the old file where no new one has taken its place.
+  void DropOld(const std::string& local_file, const std::optional<platform::FileStamp>& old) const;
   bool TransferByHttp(const std::string& url, const std::string& local_file, const ProxySettings& proxy);
   bool ProxyApi(const std::string& url, const std::string& local_file, const ProxySettings& proxy);
   bool DirectApi(const std::string& url, const std::string& local_file);

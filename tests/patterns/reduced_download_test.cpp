@@ -45,6 +45,49 @@ TEST(DownloadOnlyFirstPattern, OneIncrementBringsTheMirrorUpToDate) {
                 "\r\nPath_VSAPI=Pattern/vsapi.zip," + world.ArchiveSize() + "\r\nMergeCount=0\r\n");
 }
 
+TEST(DownloadOnlyFirstPattern, APatternThatAKilledRunMadeButDidNotPublishIsMadeAnew) {
+  BehindWorld world;
+  world.files.Put(R"(\Pattern\lpt$vpn.100)", "pattern");
+  world.files.Put(R"(\Pattern\lpt$vpn.101)", "half");
+  world.files.Put(R"(\Reduced.pending)", "101");
+  world.reduced.DownloadOnlyFirstPattern();
+  EXPECT_EQ(world.StoredArchiveEntries(), (Names{"lpt$vpn.101=pattern+inc"}));
+  EXPECT_EQ(world.StoredKey("Version"), "101");
+  EXPECT_FALSE(world.files.Has(R"(\Reduced.pending)"));
+}
+
+TEST(DownloadOnlyFirstPattern, AnArchiveThatAKilledRunPublishedGetsItsIndex) {
+  BehindWorld world;
+  world.PutStoredArchive("101");
+  world.files.Put(R"(\Reduced.pending)", "101");
+  world.reduced.DownloadOnlyFirstPattern();
+  EXPECT_EQ(world.StoredKey("Version"), "101");
+  EXPECT_EQ(world.StoredKey("Path_VSAPI"), "Pattern/vsapi.zip," + world.ArchiveSize());
+  EXPECT_EQ(world.Requests(), (Names{"Pattern/whatsnew.txt"}));
+  EXPECT_EQ(world.notifier.mails, (Mails{{core::MailSwitch::kPattern, "101 [Method=Increment]"}}));
+  EXPECT_FALSE(world.files.Has(R"(\Reduced.pending)"));
+}
+
+TEST(DownloadOnlyFirstPattern, AnIndexThatCouldNotBeWrittenIsWrittenByTheNextRun) {
+  BehindWorld world;
+  world.files.Fail(Operation::kCommit, "server.ini", 61);
+  world.reduced.DownloadOnlyFirstPattern();
+  EXPECT_EQ(world.StoredKey("Version"), "100");
+  world.files.FailNothing();
+  world.reduced.DownloadOnlyFirstPattern();
+  EXPECT_EQ(world.StoredKey("Version"), "101");
+  EXPECT_EQ(world.StoredKey("Path_VSAPI"), "Pattern/vsapi.zip," + world.ArchiveSize());
+  EXPECT_FALSE(world.files.Has(R"(\Reduced.pending)"));
+}
+
+TEST(DownloadOnlyFirstPattern, AMarkThatNamesNoPatternDeletesNothing) {
+  BehindWorld world;
+  world.files.Put(R"(\Reduced.pending)", "/../../VLMR.ini");
+  world.reduced.DownloadOnlyFirstPattern();
+  EXPECT_TRUE(world.files.Has(R"(\VLMR.ini)"));
+  EXPECT_EQ(world.StoredKey("Version"), "101");
+}
+
 TEST(DownloadOnlyFirstPattern, TheLogOfAnIncrementIsAsDescribed) {
   BehindWorld world;
   world.reduced.DownloadOnlyFirstPattern();

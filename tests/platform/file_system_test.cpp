@@ -347,6 +347,16 @@ TYPED_TEST(AnyFileSystem, MovesIntoAnotherFolderUnderTheNameAsWritten) {
   EXPECT_EQ(this->Everything("\\Mirror"), (Names{"V_100.101"}));
 }
 
+TYPED_TEST(AnyFileSystem, AFileThatCanBeDeletedIsToldFromOneThatIsNotThere) {
+  this->Put("\\dir\\a", "a");
+  EXPECT_NO_THROW(this->Files().RequireDeletable(this->At("\\Dir\\A")));
+  EXPECT_NO_THROW(this->Files().RequireDeletable(this->At("\\dir\\a")));
+  for (const char* path : {"\\dir\\b", "\\dir", "\\absent\\a", "\\dir\\a\\"}) {
+    EXPECT_EQ(ErrorOf([&] { this->Files().RequireDeletable(this->At(path)); }), 53) << path;
+  }
+  EXPECT_EQ(this->Files().ReadAll(this->At("\\dir\\a")), "a");
+}
+
 TYPED_TEST(AnyFileSystem, AMoveOverPutsOneFileIntoThePlaceOfAnother) {
   this->Put("\\temp\\a.zip", "new");
   this->Put("\\mirror\\a.zip", "old");

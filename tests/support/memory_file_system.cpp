@@ -379,6 +379,13 @@ void MemoryFileSystem::Delete(const std::string& path) {
   files_deleted.push_back(path);
 }
 
+void MemoryFileSystem::RequireDeletable(const std::string& path) {
+  const Place place = Find(path);
+  if (place.refused) throw RuntimeError(error_number::kPathFileAccess);
+  if (!place.IsFile()) throw RuntimeError(error_number::kFileNotFound);
+  MayFail(Operation::kDelete, path);
+}
+
 bool MemoryFileSystem::Move(const std::string& source, const std::string& target) {
   const Place from = Find(source);
   const Place to = Find(target);

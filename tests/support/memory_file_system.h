@@ -100,6 +100,7 @@ class MemoryFileSystem : public platform::FileSystem {
   std::unique_ptr<platform::StagedFile> Stage(
       const std::string& path, platform::Access access = platform::Access::kEverybody) override;
   void Delete(const std::string& path) override;
+  void RequireDeletable(const std::string& path) override;
   bool Move(const std::string& source, const std::string& target) override;
   bool MoveOver(const std::string& source, const std::string& target) override;
   void MakeFolder(const std::string& path) override;

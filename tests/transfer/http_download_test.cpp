@@ -147,7 +147,7 @@ TEST_F(DownloadFiles, ProxyWinsockModePassesTheProxyAndTheDebugSwitch) {
                                         "DownloadFiles: Switch to proxy Mode Winsock.."}));
 }
 
-TEST_F(DownloadFiles, DoubledBackslashesAreStoredBackSingleAndTheOldFileIsDeletedFirst) {
+TEST_F(DownloadFiles, DoubledBackslashesAreStoredBackSingleAndAnOldFileOfAnotherSpellingIsDeletedFirst) {
   local = world.At(R"(\TempDownload\\ActiveUpdate\\a.zip)");
   const std::string single = world.At(R"(\TempDownload\ActiveUpdate\a.zip)");
   world.files.Put(R"(\TempDownload\ActiveUpdate\A.ZIP)", "old");
@@ -159,6 +159,23 @@ TEST_F(DownloadFiles, DoubledBackslashesAreStoredBackSingleAndTheOldFileIsDelete
   EXPECT_EQ(local, single);
   EXPECT_EQ(world.files.files_deleted, (Lines{single}));
   EXPECT_TRUE(world.Logged("DownloadFiles: LocalFilename=" + single));
+}
+
+TEST_F(DownloadFiles, TheOldFileStaysUntilTheNewOneTakesItsPlaceOrTheTransferHasFailed) {
+  world.files.Put(R"(\TempDownload\a.zip)", "old");
+  internet_file.events = [&](RecordingInternetFile& file) {
+    EXPECT_EQ(world.files.Text(R"(\TempDownload\a.zip)"), "old");
+    world.files.Replace(local, "new");
+    file.complete();
+  };
+  EXPECT_TRUE(Fetch());
+  EXPECT_EQ(world.files.Text(R"(\TempDownload\a.zip)"), "new");
+  internet_file.events = [&](RecordingInternetFile& file) {
+    EXPECT_TRUE(world.files.Has(R"(\TempDownload\a.zip)"));
+    file.fail("404 Not Found");
+  };
+  EXPECT_FALSE(Fetch());
+  EXPECT_FALSE(world.files.Has(R"(\TempDownload\a.zip)"));
 }
 
 TEST_F(DownloadFiles, ProtocolZeroLogsTheFtpLineAndTheFooterAndTransfersNothing) {
