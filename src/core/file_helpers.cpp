@@ -18,6 +18,12 @@ ErrorTrap Silent() {
   return ErrorTrap([](const platform::RuntimeError&) {});
 }
 
+/// Says why no operation takes a path, where that is so.
+void LogRefusal(const Runtime& runtime, const std::string& path) {
+  const std::string refusal = runtime.files.Refusal(path);
+  if (!refusal.empty()) runtime.Log("DeplaceFile: Refused " + path + ": " + refusal);
+}
+
 }  // namespace
 
 FileHelpers::FileHelpers(const Runtime& runtime, platform::EventLoop& loop,
@@ -44,10 +50,8 @@ void FileHelpers::DeplaceFile(const std::string& source, const std::string& targ
   runtime_.Log(moved ? "DeplaceFile: lngRetVal=1" : "DeplaceFile: lngRetVal=0");
   if (!moved) {
     runtime_.Log("DeplaceFile: Error to move " + source + "=> to " + target);
-    for (const std::string& path : {source, target}) {
-      const std::string refusal = runtime_.files.Refusal(path);
-      if (!refusal.empty()) runtime_.Log("DeplaceFile: Refused " + path + ": " + refusal);
-    }
+    LogRefusal(runtime_, source);
+    LogRefusal(runtime_, target);
   }
 }
 
