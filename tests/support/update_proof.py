@@ -265,6 +265,22 @@ def http_update(t):
     return Update(t, app, offered, {addresses[0][key]: addresses[1][key] for key in addresses[0]})
 
 
+def reduced_update(t):
+    """The archive from its one increment, two engines, mails: the mode for a file-server product alone."""
+    root = t.publish(version="100", engines={key: "6.500" for key in ENGINES}, pattern_kib=8)
+    servers = [t.nginx(root), t.nginx(t.folder / "newer", folder="nginx-newer")]
+    app = t.app("made")
+    app.install_patch_program()
+    app.write_settings(basic_settings({"SOURCES": {"ActiveUpdateMaster": servers[0].base, "OnlySP": "1"}}))
+    app.run()
+    remove_records(app)
+    t.publish(t.offer, version="101", increments_from=("100",), engines={key: "6.510" for key in ENGINES})
+    t.publish(t.offer, "newer", version="102", increments_from=("101",), engines={key: "6.520" for key in ENGINES})
+    pattern = service.pattern_bytes("101", kib=8)
+    offered = {**offered_files(root), **dict.fromkeys(("Pattern/lpt$vpn.101", "Source/lpt$vpn.101"), pattern)}
+    return Update(t, app, offered, {servers[0].base: servers[1].base})
+
+
 def ftp_update(t):
     """CPR pattern, cleaner, and a pattern that another mirror has put into the exchange folder."""
     root = t.publish(version="100", cpr="1.889 v1", tsc=("12344",), pattern_kib=8)
