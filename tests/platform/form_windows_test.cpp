@@ -13,18 +13,26 @@
 namespace vlmr::platform {
 namespace {
 
-/// The main form of this process as the system shows it to anybody.
+/// The main form of this process, null when there is none; other programs have one too.
+HWND OwnForm() {
+  HWND found = nullptr;
+  EnumThreadWindows(
+      GetCurrentThreadId(),
+      [](HWND window, LPARAM result) -> BOOL {
+        wchar_t name[16] = L"";
+        GetClassNameW(window, name, 16);
+        if (std::wstring(name) != L"Form1") return TRUE;
+        *reinterpret_cast<HWND*>(result) = window;
+        return FALSE;
+      },
+      reinterpret_cast<LPARAM>(&found));
+  return found;
+}
+
+/// The main form as the system shows it to anybody.
 class WindowsFormTest : public testing::Test {
  protected:
-  static HWND Window() {
-    HWND window = nullptr;
-    DWORD process = 0;
-    while ((window = FindWindowExW(nullptr, window, L"Form1", nullptr)) != nullptr) {
-      GetWindowThreadProcessId(window, &process);
-      if (process == GetCurrentProcessId()) return window;
-    }
-    return nullptr;
-  }
+  static HWND Window() { return OwnForm(); }
 
   /// The text of the n-th label.
   static std::string Label(int number) {
@@ -95,7 +103,7 @@ TEST(WindowsSignOutDeathTest, RunsTheHandlerAndEndsTheProcessWith0) {
         const auto loop = MakeEventLoop();
         const auto form = MakeForm();
         loop->OnCloseRequest([] { std::fputs("unloaded", stderr); });
-        SendMessageW(FindWindowW(L"Form1", nullptr), WM_ENDSESSION, TRUE, 0);
+        SendMessageW(OwnForm(), WM_ENDSESSION, TRUE, 0);
       },
       testing::ExitedWithCode(0), "unloaded");
 }

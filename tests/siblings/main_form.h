@@ -24,9 +24,25 @@ inline HWND MainFormOf(const std::string& path) {
   std::wstring wanted(path.size(), L'\0');
   const int size = static_cast<int>(path.size());
   if (size > 0) MultiByteToWideChar(CP_ACP, 0, path.data(), size, wanted.data(), size);
-  HWND window = nullptr;
-  while ((window = FindWindowExW(nullptr, window, L"Form1", nullptr)) != nullptr) {
-    if (CompareStringOrdinal(ExecutableOf(window).c_str(), -1, wanted.c_str(), -1, TRUE) == CSTR_EQUAL) break;
-  }
-  return window;
+  // A list made at once: other windows come and go meanwhile, and a search that goes on behind one that has
+  // gone finds nothing more.
+  struct Search {
+    std::wstring wanted;
+    HWND found;
+  } search{wanted, nullptr};
+  EnumWindows(
+      [](HWND window, LPARAM parameter) -> BOOL {
+        auto& looked_for = *reinterpret_cast<Search*>(parameter);
+        wchar_t name[16] = L"";
+        GetClassNameW(window, name, 16);
+        if (std::wstring(name) != L"Form1") return TRUE;
+        if (CompareStringOrdinal(ExecutableOf(window).c_str(), -1, looked_for.wanted.c_str(), -1, TRUE) !=
+            CSTR_EQUAL) {
+          return TRUE;
+        }
+        looked_for.found = window;
+        return FALSE;
+      },
+      reinterpret_cast<LPARAM>(&search));
+  return search.found;
 }

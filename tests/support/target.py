@@ -4,12 +4,42 @@ A Windows executable runs under Wine; servers, files and the tests themselves st
 folder as drive Z: and the `drive_c` of its own folder as drive C:.
 """
 
+import atexit
 import os
+import shutil
 import subprocess
-from functools import cached_property
+import tempfile
+from functools import cache
 from pathlib import Path
 
 REPOSITORY = Path(__file__).resolve().parents[2]
+
+
+@cache
+def own_prefix():
+    """A Wine folder of this process alone, with settings of its own and drive C: of the one that script/wine_run prepares.
+
+    Each has its own server, which sometimes ends when a program is killed that it serves, and takes all others with it.
+    """
+    made = subprocess.run(
+        [REPOSITORY / "script/wine_run", "--prepare"], check=True, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE
+    )
+    prepared = Path(made.stdout.decode().strip())
+    prefix = Path(tempfile.mkdtemp(prefix="vlmr-wine-"))
+    atexit.register(remove_prefix, prefix)
+    for file in (*prepared.glob("*.reg"), prepared / ".update-timestamp"):
+        shutil.copy2(file, prefix)
+    shutil.copytree(prepared / "dosdevices", prefix / "dosdevices", symlinks=True)
+    (prefix / "drive_c").symlink_to(prepared / "drive_c")
+    return prefix
+
+
+def remove_prefix(prefix):
+    server = Path("/usr/lib/wine/wineserver64")
+    command = [str(server) if server.exists() else "wineserver", "-k"]
+    nowhere = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+    subprocess.run(command, env={**os.environ, "WINEPREFIX": str(prefix)}, **nowhere)
+    shutil.rmtree(prefix, ignore_errors=True)
 
 
 class Target:
@@ -21,12 +51,9 @@ class Target:
         self.siblings = Path(executable).parent / "tests" / "siblings"
         """Where the stand-ins of the Windows build are."""
 
-    @cached_property
+    @property
     def wine_prefix(self):
-        made = subprocess.run(
-            [REPOSITORY / "script/wine_run", "--prepare"], check=True, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE
-        )
-        return Path(made.stdout.decode().strip())
+        return own_prefix()
 
     @property
     def launcher(self):
@@ -53,7 +80,7 @@ class Target:
         """A path of this machine as the target spells it."""
         if not self.is_windows:
             return str(path)
-        drive_c = self.wine_prefix / "drive_c"
+        drive_c = (self.wine_prefix / "drive_c").resolve()
         if Path(path).is_relative_to(drive_c):
             return "C:\\" + str(Path(path).relative_to(drive_c)).replace("/", "\\")
         return "Z:" + str(path).replace("/", "\\")
