@@ -76,11 +76,11 @@ def matching(table, call):
 def points(t, calls):
     """The calls that fail, each with its error."""
     others = [call for call in calls if not call.is_of_log]
-    if update_proof.LONG:
+    if update_proof.LONG and not LIMIT:
         on_log = [(call, t.random.choice(ERRORS)) for call in calls if call.is_of_log]
         return [(call, error) for call in others for error in ERRORS] + on_log
     others = [call for call in others if call.number <= REPETITIONS]
-    chosen = t.random.sample(others, LIMIT) if LIMIT else others
+    chosen = t.random.sample(others, min(LIMIT, len(others))) if LIMIT else others
     chosen += t.random.sample([call for call in calls if call.is_of_log], min(LIMIT or LOG_CALLS, LOG_CALLS))
     return [(call, t.random.choice(ERRORS)) for call in chosen]
 

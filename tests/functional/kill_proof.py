@@ -20,11 +20,11 @@ LOG_CALLS = 20
 
 def points(t, calls):
     """The calls at which a run is killed."""
-    if update_proof.LONG:
+    if update_proof.LONG and not LIMIT:
         return calls
     others = [call for call in calls if not call.is_of_log]
     if LIMIT:
-        return t.random.sample(others, LIMIT)
+        return t.random.sample(others, min(LIMIT, len(others)))
     return others + t.random.sample([call for call in calls if call.is_of_log], LOG_CALLS)
 
 
