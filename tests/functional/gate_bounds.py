@@ -32,11 +32,12 @@ def test_a_list_of_news_over_4_mib_is_a_failed_download(t):
     assert "Pattern/vsapi.zip" in app.files("ActiveUpdate")
 
 
-def test_a_list_of_news_just_below_the_limit_is_read(t):
+def test_a_list_of_news_of_4_mib_is_read(t):
     app, _ = t.mirror()
     path = t.folder / "service/activeupdate/Pattern/whatsnew.txt"
     header = b"All detail virus names please refer to the list below.\r\n"
-    path.write_bytes(header + b"Quill.\r\n" * ((2 * MIB - MIB // 8) // 8))
+    text = header + b"Quill.\r\n" * 33_000 + b"-------------------\r\n"
+    path.write_bytes(text + b"x" * (4 * MIB - len(text)))
     run = app.run(seconds=120)
     bounded(run, cpu=20)
     run.log.expect("DownloadWhatsNew: Find 32767 new viruses")
