@@ -326,7 +326,7 @@ def test_every_fault_of_every_kind_of_file_leaves_whole_files_and_is_mended_by_t
     )
     fault_matrix.print_count(FAULTS, KINDS)
     fault_matrix.print_count(FAULTS, KINDS, SECOND_SHARE)
-    fault_matrix.print_count(STALLS, kinds)
+    fault_matrix.print_count(STALLS, kinds, 1)
 
 
 @framework.only_on("linux", "Wine accepts every certificate; docs/operating.md has the check for Windows")
