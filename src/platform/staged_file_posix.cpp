@@ -147,9 +147,12 @@ std::unique_ptr<StagedFile> StageBeside(PathResolver& resolver, const std::strin
   temporary.append(target.Text()).append(kTemporaryMark);
   const RealPath beside = resolver.Parse(temporary);
   if (beside.Refusal() != 0) RaiseSystemError(Attempt::kWrite, beside.Refusal());
-  NameIndex::Change change = resolver.Changing(target);
-  Descriptor file = MakeTemporary(beside, ModeOf(access));
-  change.Touched();
+  Descriptor file;
+  {
+    NameIndex::Change change = resolver.Changing(target);
+    file = MakeTemporary(beside, ModeOf(access));
+    change.Touched();
+  }
   const int descriptor = file.Get();
   auto staged = std::make_unique<PosixStagedFile>(resolver, path, std::move(temporary), std::move(file));
   if (replaces) KeepRights(descriptor, replaced);
