@@ -31,8 +31,8 @@ class IndexReaders {
   std::string GetDownloadedPatternVersion() const;
   /// Path of the increment that applies to exactly this version (first match), empty when there is none.
   std::string GetIncrementPathForVersion(const std::string& version) const;
-  /// Fills the table with every listed increment, in the order of `EntryNumbers`; rows before a failing one stay filled. A count of zero
-  /// leaves it as it is. Raises 5, 13, 9 (negative count), 7 (over a million).
+  /// Fills the table with every listed increment, in the order of `EntryNumbers`; rows before a failing one
+  /// stay filled. A count of zero leaves it as it is. Raises 5, 13, 9 (negative count), 7 (over a million).
   void GetIncrementUrl(std::vector<Increment>& table) const;
   /// Path of the full archive, empty when the key is missing.
   std::string GetCombinedPatternPath() const;

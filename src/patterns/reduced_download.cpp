@@ -3,6 +3,7 @@
 #include <compare>
 
 #include "core/number.h"
+#include "core/outside_name.h"
 #include "core/text.h"
 #include "patterns/pattern_paths.h"
 
@@ -86,7 +87,7 @@ void ReducedDownload::MendInterrupted() {
   TrapOf(runtime_, "DownloadOnlyFirstPattern")([&] {
     const std::string version = runtime_.files.ReadAll(PendingMark());
     if (IsUsableVersion(runtime_, "DownloadOnlyFirstPattern", version)) {
-      const std::string made = runtime_.paths.PatternFolder() + "\\" + PatternName(version);
+      const std::string made = core::FileIn(runtime_.paths.PatternFolder(), PatternName(version));
       if (!runtime_.files.FindFile(made).empty()) runtime_.files.Delete(made);
       // Held still, so it stands in the archive that clients get.
       if (store_.GetLastStoredPatternExtension() == version && !FinishWith(version, MethodOf(version)))
@@ -98,7 +99,7 @@ void ReducedDownload::MendInterrupted() {
 
 /// The full archive is unpacked into a folder of its own, an increment is not.
 std::string ReducedDownload::MethodOf(const std::string& version) const {
-  const std::string unpacked = runtime_.paths / R"(\ActiveUpdate\Source\)" + PatternName(version);
+  const std::string unpacked = core::FileIn(runtime_.paths / R"(\ActiveUpdate\Source)", PatternName(version));
   return runtime_.files.FindFile(unpacked).empty() ? "Increment" : "Big VSAPI";
 }
 
