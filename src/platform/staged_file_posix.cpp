@@ -25,8 +25,7 @@ bool LocateForWriting(PathResolver& resolver, RealPath& path, struct stat& found
 }
 
 /// A temporary file that carries the target's name and the mark. It is renamed without a flush to the disk:
-/// other programs see the old file or the new one all the same, and only a loss of power can empty it, after
-/// which the next run makes it again.
+/// other programs see the old file or the new one all the same, and only a loss of power can empty it.
 class PosixStagedFile : public StagedFile {
  public:
   PosixStagedFile(PathResolver& resolver, std::string path, std::string temporary, Descriptor file)
