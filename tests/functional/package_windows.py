@@ -6,7 +6,7 @@ import zipfile
 
 import framework  # first: it makes the other modules known
 
-DOCUMENTS = {"VLMR.sample.ini", "formats.md", "operating.md", "settings.md"}
+DOCUMENTS = {"VLMR.sample.ini", "formats.md", "operating.md", "reliability.md", "settings.md"}
 
 
 def built(t, folder="packages"):
