@@ -79,6 +79,8 @@ class IniDocument {
   /// What a written line is made of.
   using Pieces = std::initializer_list<std::string_view>;
   static constexpr std::uint32_t kNone = IniLineTable::kNone;
+  /// The scope of section names in the hash table; sections themselves are numbered from 0.
+  static constexpr std::uint32_t kSectionNames = IniLineTable::kNone;
 
   std::string_view Bytes(const Line& line) const { return {arena_.data() + line.offset, line.length}; }
   std::string_view Content(std::uint32_t line) const;
