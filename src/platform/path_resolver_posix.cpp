@@ -33,7 +33,7 @@ int StatPrefix(int base, char* text, std::size_t end, struct stat& found, int fl
 constexpr int kLeadsOut = static_cast<int>(kLinkLeadsOut);
 
 /// So many folders are remembered at most; then all are forgotten.
-constexpr std::size_t kMostRemembered = 8192;
+constexpr std::size_t kMostRemembered = 512;
 
 /// Where a path leads once all links are followed; empty when nothing is there.
 std::string Followed(const std::string& path) {
